@@ -1,0 +1,48 @@
+# The compile flags every target shares, and the functions that make the project's targets.
+
+add_library(zorvel_flags INTERFACE)
+target_compile_definitions(zorvel_flags INTERFACE
+    QT_NO_CAST_TO_ASCII QT_NO_URL_CAST_FROM_STRING QT_NO_FOREACH QT_STRICT_ITERATORS
+    QT_DISABLE_DEPRECATED_BEFORE=0x060400)
+if(MSVC)
+    target_compile_options(zorvel_flags INTERFACE /W4 /utf-8 $<$<BOOL:${ZORVEL_WERROR}>:/WX>)
+else()
+    target_compile_options(zorvel_flags INTERFACE
+        -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual -Wextra-semi
+        $<$<BOOL:${ZORVEL_WERROR}>:-Werror>)
+endif()
+if(ZORVEL_SANITIZE)
+    target_compile_options(zorvel_flags INTERFACE
+        -fsanitize=${ZORVEL_SANITIZE} -fno-omit-frame-pointer
+        $<$<STREQUAL:${ZORVEL_SANITIZE},address>:-fsanitize=undefined>)
+    target_link_options(zorvel_flags INTERFACE
+        -fsanitize=${ZORVEL_SANITIZE}
+        $<$<STREQUAL:${ZORVEL_SANITIZE},address>:-fsanitize=undefined>)
+endif()
+
+# zorvel_add_library(NAME SOURCES...): a static library of one room, included as "<folder>/<Header>.h".
+function(zorvel_add_library name)
+    add_library(${name} STATIC ${ARGN})
+    set_target_properties(${name} PROPERTIES AUTOMOC ON)
+    target_include_directories(${name} PUBLIC ${PROJECT_SOURCE_DIR}/src)
+    target_link_libraries(${name} PRIVATE zorvel_flags)
+endfunction()
+
+# zorvel_add_test(NAME <name> LABEL <unit|qml> SOURCES ... LIBRARIES ... [DISPLAY] [SERIAL] [TIMEOUT s] [ARGS ...]):
+# a QtTest program registered with CTest. Without DISPLAY it runs on Qt's offscreen platform; with it, on the
+# X display that test.sh starts.
+function(zorvel_add_test)
+    cmake_parse_arguments(T "DISPLAY;SERIAL" "NAME;LABEL;TIMEOUT" "SOURCES;LIBRARIES;ARGS" ${ARGN})
+    add_executable(${T_NAME} ${T_SOURCES})
+    set_target_properties(${T_NAME} PROPERTIES AUTOMOC ON)
+    target_include_directories(${T_NAME} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
+    target_link_libraries(${T_NAME} PRIVATE zorvel_flags ${T_LIBRARIES} Qt6::Test)
+    add_test(NAME ${T_NAME} COMMAND ${T_NAME} ${T_ARGS})
+    if(NOT T_TIMEOUT)
+        set(T_TIMEOUT 60)
+    endif()
+    set_tests_properties(${T_NAME} PROPERTIES LABELS ${T_LABEL} TIMEOUT ${T_TIMEOUT} RUN_SERIAL ${T_SERIAL})
+    if(NOT T_DISPLAY)
+        set_tests_properties(${T_NAME} PROPERTIES ENVIRONMENT "QT_QPA_PLATFORM=offscreen")
+    endif()
+endfunction()

@@ -1,0 +1,61 @@
+# Shared by run.sh, test.sh and bench.sh: what is installed, how it is built, and the virtual display.
+# Sourced with bash from the repository's root.
+
+# What the client and the demo recorder build with and run on.
+build_packages=(
+    cmake ninja-build ccache g++ git pkg-config
+    qt6-base-dev qt6-declarative-dev qt6-declarative-dev-tools qt6-websockets-dev qt6-httpserver-dev
+    libgl-dev libmpv-dev libx264-dev
+    libgstrtspserver-1.0-dev libgstreamer-plugins-base1.0-dev
+    gstreamer1.0-plugins-base gstreamer1.0-plugins-good gstreamer1.0-plugins-bad
+    qml6-module-qtquick qml6-module-qtquick-controls qml6-module-qtquick-layouts
+    qml6-module-qtquick-templates qml6-module-qtquick-window qml6-module-qtquick-dialogs
+    qml6-module-qtqml qml6-module-qtqml-models qml6-module-qtqml-workerscript qml6-module-qt-labs-settings
+    libgl1-mesa-dri fonts-dejavu-core xvfb imagemagick x11-utils
+)
+# What the tests and benchmarks need on top.
+test_packages=(
+    clang-format clang-tidy qml6-module-qttest ffmpeg mpv xdotool openbox python3 curl
+)
+
+# install_packages NAME...: installs the Debian packages that are missing, and does nothing when none is.
+install_packages() {
+    local missing=() name
+    for name in "$@"; do
+        dpkg-query -W -f='${Status}\n' "$name" 2>/dev/null | grep -q 'ok installed' || missing+=("$name")
+    done
+    [ ${#missing[@]} -eq 0 ] && return 0
+    echo "Installing: ${missing[*]}"
+    local sudo=
+    [ "$(id -u)" -eq 0 ] || sudo=sudo
+    $sudo apt-get update -qq
+    DEBIAN_FRONTEND=noninteractive $sudo apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
+}
+
+# build PRESET [TARGET...]: configures once and builds what changed.
+build() {
+    local preset=$1 targets=()
+    shift
+    [ $# -gt 0 ] && targets=(--target "$@")
+    if [ ! -f "build/$preset/build.ninja" ]; then
+        cmake --preset "$preset" -DCMAKE_CXX_COMPILER_LAUNCHER=ccache
+    fi
+    cmake --build "build/$preset" "${targets[@]}"
+}
+
+# start_display WIDTHxHEIGHT: starts a virtual X display, exports DISPLAY and ends it with the script.
+start_display() {
+    local fifo
+    fifo=$(mktemp -u)
+    mkfifo "$fifo"
+    Xvfb -displayfd 3 -screen 0 "$1x24" -nolisten tcp 3>"$fifo" >/dev/null 2>&1 &
+    display_pid=$!
+    read -r number <"$fifo"
+    rm -f "$fifo"
+    export DISPLAY=":$number"
+}
+
+stop_display() {
+    [ -n "${display_pid:-}" ] && kill "$display_pid" 2>/dev/null
+    display_pid=
+}
