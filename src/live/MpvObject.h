@@ -1,0 +1,117 @@
+#pragma once
+
+#include <QElapsedTimer>
+#include <QQuickFramebufferObject>
+
+#include <memory>
+
+class MpvHandle;
+
+// The video surface: plays one URL with libmpv and draws its frames into the scene. Live cells own two of
+// them per camera, an archive cell one.
+//
+// A URL that begins with "http://" or "https://" is played buffered, any other URL in a low-latency profile
+// without buffers. The player behind the item is made on a worker thread when something is first played, and
+// torn down on a worker thread: an item that never plays costs nothing, and neither the GUI thread nor the
+// render thread ever waits for libmpv. What is set before the player exists is applied to it when it does; if
+// it cannot be made, the item stays idle and play() has no effect.
+//
+// All calls are for the GUI thread. LC_NUMERIC must be "C" in the process.
+class MpvObject : public QQuickFramebufferObject
+{
+    Q_OBJECT
+    Q_PROPERTY(QString source READ source NOTIFY sourceChanged)
+    Q_PROPERTY(QString state READ state NOTIFY stateChanged)
+    Q_PROPERTY(double position READ position NOTIFY positionChanged)
+    Q_PROPERTY(double duration READ duration NOTIFY durationChanged)
+    Q_PROPERTY(bool paused READ paused NOTIFY pausedChanged)
+    Q_PROPERTY(bool hasVideo READ hasVideo NOTIFY hasVideoChanged)
+    Q_PROPERTY(bool stretch READ stretch WRITE setStretch NOTIFY stretchChanged)
+
+public:
+    explicit MpvObject(QQuickItem *parent = nullptr);
+    ~MpvObject() override;
+
+    // The URL being played, empty when none. Setting an unchanged live URL does nothing; an http(s) URL is
+    // loaded again even when unchanged; an empty one stops.
+    QString source() const { return m_source; }
+    void setSource(const QString &source);
+
+    // "idle", "loading" (after play()), "playing" (the file is open) or "error" (it could not be opened or
+    // broke off).
+    QString state() const { return m_state; }
+
+    // Seconds. The position is only reported for http(s) sources.
+    double position() const { return m_position; }
+    double duration() const { return m_duration; }
+
+    bool paused() const { return m_paused; }
+    void setPaused(bool paused);
+
+    // True from the first rendered frame of a load until the next play() or stop().
+    bool hasVideo() const { return m_hasVideo; }
+
+    // Whether the picture fills the item; otherwise it keeps its proportions between black bars.
+    bool stretch() const { return m_stretch; }
+    void setStretch(bool stretch);
+
+    // An extra HTTP header line, "Name: value", sent with every http(s) request from the next play() on. An
+    // empty one is ignored.
+    void setHttpHeaderFields(const QString &header);
+
+    // Milliseconds since the player last delivered a new video frame, -1 if none came since play() or stop().
+    // It counts frames whether the item is visible or not, so it is what tells a silent camera from a live
+    // one.
+    qint64 lastFrameAgeMs() const;
+
+    // New video frames that the player delivered since play() or stop().
+    quint64 framesDelivered() const;
+
+    // Loads the source from its start.
+    Q_INVOKABLE void play();
+    // Ends playback, forgets the source and paints black.
+    Q_INVOKABLE void stop();
+    // Suspends by pausing; resumes from fresh data instead of what was buffered meanwhile.
+    Q_INVOKABLE void setSuspended(bool suspended);
+    Q_INVOKABLE void seekTo(double seconds);
+    Q_INVOKABLE void setSpeed(double rate);
+    // Loads a URL and starts at an offset; 0.1 s or less is its start.
+    Q_INVOKABLE void setSourceAndSeek(const QString &source, double seekSec);
+    Q_INVOKABLE void dropBuffers();
+
+    Renderer *createRenderer() const override;
+
+public slots:
+    void doUpdate();
+
+signals:
+    void sourceChanged();
+    void stateChanged();
+    void positionChanged();
+    void durationChanged();
+    void pausedChanged();
+    // The source was played to its end.
+    void fileEnded();
+    void hasVideoChanged();
+    void stretchChanged();
+    // The first frame of a load is in the picture; comes right after hasVideoChanged().
+    void firstFrameRendered();
+    // A new frame waits to be drawn.
+    void onUpdate();
+
+private:
+    std::shared_ptr<MpvHandle> m_mpv;
+    QString m_source;
+    QString m_state;
+    double m_position = 0;
+    double m_duration = 0;
+    double m_pendingSeek = -1.0;
+    bool m_paused = false;
+    bool m_isNetwork = false;
+    QString m_httpHeaderFields;
+    bool m_hasVideo = false;
+    bool m_stretch = false;
+    QString m_hwdec;
+    int m_updateCount = 0;
+    QElapsedTimer m_updateTimer;
+};
