@@ -1,0 +1,169 @@
+"""A virtual display with a window manager: real mouse and keyboard input, and the pixels on the screen."""
+
+import os
+import shutil
+import subprocess
+import threading
+import time
+
+from . import processes
+from .waiting import wait_until
+
+
+class Picture:
+    """Pixels of a part of the screen, three bytes each."""
+
+    def __init__(self, width, height, data):
+        self.width, self.height, self.data = width, height, data
+
+    def pixel(self, x, y):
+        at = 3 * (y * self.width + x)
+        return tuple(self.data[at:at + 3])
+
+    def brightest(self):
+        return max(self.data)
+
+    def mean(self):
+        return sum(self.data) / len(self.data)
+
+    def difference(self, other):
+        """Mean absolute difference per colour value, 0 to 255."""
+        return sum(abs(a - b) for a, b in zip(self.data, other.data)) / len(self.data)
+
+    def colours(self, step=32):
+        """How many clearly different colours there are."""
+        data = self.data
+        return len({(data[i] // step, data[i + 1] // step, data[i + 2] // step) for i in range(0, len(data), 3)})
+
+
+class Recording:
+    """Frames of a part of the screen, taken one after the other until it is stopped, scaled to a small size."""
+
+    def __init__(self, desktop, region, rate, size):
+        self._size = size
+        self._process = desktop.capture(region, ["-vf", f"scale={size[0]}:{size[1]}:flags=area"], rate)
+        self.frames = []
+        self._reader = threading.Thread(target=self._read, daemon=True)
+        self._reader.start()
+        wait_until(lambda: self.frames, 10, "the first frame of the screen recording")
+
+    def _read(self):
+        width, height = self._size
+        while len(data := self._process.stdout.read(3 * width * height)) == 3 * width * height:
+            self.frames.append(Picture(width, height, data))
+
+    def stop(self):
+        processes.stop(self._process)
+        self._reader.join()
+        self._process.stdout.close()
+        return self.frames
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *exception):
+        self.stop()
+
+
+class Desktop:
+    def __init__(self, size=(2640, 1520), window_manager=True):
+        self.size = size
+        number_out, number_in = os.pipe()
+        self._server = processes.start(
+            ["Xvfb", "-displayfd", number_in, "-screen", "0", f"{size[0]}x{size[1]}x24", "-nolisten", "tcp"],
+            pass_fds=[number_in], stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+        os.close(number_in)
+        with os.fdopen(number_out) as number:
+            self.display = f":{number.readline().strip()}"
+        if self.display == ":":
+            raise RuntimeError("the virtual display does not start")
+        self.env = {"DISPLAY": self.display, "LIBGL_ALWAYS_SOFTWARE": "1", "LC_ALL": "C.UTF-8",
+                    "PATH": os.environ["PATH"]}
+        self._manager = None
+        if window_manager:
+            self._manager = processes.start(["openbox"], env=dict(os.environ, **self.env),
+                                            stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+            wait_until(self._is_managed, 10, "the window manager to take over the display")
+
+    def _is_managed(self):
+        done = subprocess.run(["xdotool", "get_num_desktops"], env=self.env, capture_output=True)
+        return done.returncode == 0
+
+    def stop(self):
+        for process in (self._manager, self._server):
+            if process:
+                processes.stop(process)
+
+    # Input
+
+    def _xdotool(self, *words):
+        subprocess.run(["xdotool", *[str(word) for word in words]], env=self.env, check=True, capture_output=True)
+
+    def move(self, x, y):
+        self._xdotool("mousemove", "--sync", round(x), round(y))
+
+    def click(self, x, y, count=1):
+        self._xdotool("mousemove", round(x), round(y), "click", "--repeat", count, "--delay", 60, 1)
+
+    def key(self, *names):
+        self._xdotool("key", "--delay", 20, *names)
+
+    def type(self, text):
+        self._xdotool("type", "--delay", 12, text)
+
+    def drag(self, start, end, steps=12):
+        """Presses at start, moves to end in steps and releases there."""
+        words = ["mousemove", round(start[0]), round(start[1]), "mousedown", 1]
+        for step in range(1, steps + 1):
+            x, y = (a + (b - a) * step / steps for a, b in zip(start, end))
+            words += ["mousemove", round(x), round(y), "sleep", 0.02]
+        self._xdotool(*words, "sleep", 0.1, "mouseup", 1)
+
+    def press(self, x, y):
+        self._xdotool("mousemove", round(x), round(y), "mousedown", 1)
+
+    def release(self):
+        self._xdotool("mouseup", 1)
+
+    def minimise(self, window):
+        self._xdotool("windowminimize", "--sync", window)
+
+    def restore(self, window):
+        self._xdotool("windowmap", "--sync", window, "windowactivate", "--sync", window)
+
+    def resize(self, window, width, height):
+        self._xdotool("windowsize", window, width, height)
+
+    def place(self, window, x, y):
+        self._xdotool("windowmove", window, x, y)
+
+    def close(self, window):
+        """Asks the program to close the window, as its title bar does."""
+        self._xdotool("windowactivate", "--sync", window, "key", "alt+F4")
+
+    # Pixels
+
+    def capture(self, region, options, rate, frames=None):
+        x, y, width, height = (round(value) for value in region)
+        limit = ["-frames:v", frames] if frames else []
+        return processes.start(
+            ["ffmpeg", "-loglevel", "error", "-f", "x11grab", "-draw_mouse", "0", "-framerate", rate,
+             "-video_size", f"{width}x{height}", "-i", f"{self.display}+{x},{y}", *options, *limit,
+             "-f", "rawvideo", "-pix_fmt", "rgb24", "-"],
+            env=dict(os.environ, **self.env), stdout=subprocess.PIPE, stderr=subprocess.DEVNULL)
+
+    def picture(self, region, size=None):
+        """One picture of a part (x, y, width, height) of the screen, scaled to size if one is given."""
+        width, height = size or (round(region[2]), round(region[3]))
+        process = self.capture(region, ["-vf", f"scale={width}:{height}:flags=area"], 30, frames=1)
+        data = process.communicate()[0]
+        if len(data) != 3 * width * height:
+            raise RuntimeError(f"no picture of the screen at {region}")
+        return Picture(width, height, data)
+
+    def record(self, region, rate=60, size=(64, 36)):
+        return Recording(self, region, rate, size)
+
+    def screenshot(self, path):
+        if shutil.which("import"):
+            subprocess.run(["import", "-window", "root", str(path)], env=self.env, capture_output=True)

@@ -1,0 +1,107 @@
+"""Questions to the probe inside the running client."""
+
+import json
+import socket
+
+from .waiting import PATIENCE, TimedOut, wait_until
+
+
+class ProbeError(AssertionError):
+    pass
+
+
+class Item:
+    """What a person would see of an item when it was asked about."""
+
+    def __init__(self, description):
+        self.__dict__.update(description)
+        self.values = description.get("values", {})
+
+    @property
+    def centre(self):
+        return self.x + self.width / 2, self.y + self.height / 2
+
+    @property
+    def region(self):
+        return self.x, self.y, self.width, self.height
+
+    def __repr__(self):
+        return (f"{self.type}({self.name!r}, {self.text!r}, {self.x:.0f},{self.y:.0f} "
+                f"{self.width:.0f}x{self.height:.0f}{'' if self.shown else ', hidden'})")
+
+
+def selector(name=None, type=None, text=None, shown=True, within=None, **where):
+    """A selector of the probe: by object name, type, text, ancestor and property values."""
+    if isinstance(within, str):
+        within = {"name": within}
+    parts = {"name": name, "type": type, "text": text, "shown": shown, "within": within, "where": where or None}
+    return {key: value for key, value in parts.items() if value is not None}
+
+
+class Probe:
+    def __init__(self, path, process):
+        self._path, self._process = str(path), process
+        self._socket = self._file = None
+
+    def connect(self):
+        def attempt():
+            if self._process.poll() is not None:
+                raise ProbeError(f"the client ended with {self._process.returncode} before it could be asked")
+            try:
+                self._socket = socket.socket(socket.AF_UNIX)
+                self._socket.settimeout(30 * PATIENCE)
+                self._socket.connect(self._path)
+                return True
+            except OSError:
+                self._socket.close()
+                return False
+        wait_until(attempt, 30, "the probe in the client")
+        self._file = self._socket.makefile("rw")
+
+    def close(self):
+        if self._file:
+            self._file.close()
+            self._socket.close()
+            self._file = None
+
+    def ask(self, command, **arguments):
+        self._file.write(json.dumps({"do": command, **arguments}) + "\n")
+        self._file.flush()
+        line = self._file.readline()
+        if not line:
+            raise ProbeError("the client closed the probe's connection")
+        answer = json.loads(line)
+        if "error" in answer:
+            raise ProbeError(f"{command} {arguments}: {answer['error']}")
+        return answer["result"]
+
+    def items(self, get=(), **wanted):
+        return [Item(each) for each in self.ask("items", selector=selector(**wanted), get=list(get))]
+
+    def item(self, get=(), timeout=15, **wanted):
+        """The first item that fits, waited for."""
+        try:
+            return wait_until(lambda: self.items(get, **wanted), timeout, f"an item with {wanted}")[0]
+        except TimedOut:
+            names = sorted({each.name for each in self.items() if each.name})
+            raise TimedOut(f"no item with {wanted}; shown are {', '.join(names)}") from None
+
+    def gone(self, timeout=15, **wanted):
+        wait_until(lambda: not self.items(**wanted), timeout, f"no item with {wanted}")
+
+    def value(self, property, timeout=15, **wanted):
+        return self.item([property], timeout, **wanted).values[property]
+
+    def focus(self):
+        found = self.ask("focus")
+        return Item(found) if found else None
+
+    def windows(self):
+        return self.ask("windows")
+
+    def context(self, object, *names):
+        values = self.ask("context", object=object, get=list(names))
+        return values[names[0]] if len(names) == 1 else values
+
+    def call_context(self, object, method, *arguments):
+        return self.ask("context", object=object, call=method, args=list(arguments))

@@ -1,0 +1,116 @@
+#include "AccessibilityAudit.h"
+
+#include "ItemQuery.h"
+
+#include <QtCore/QMetaEnum>
+#include <QtCore/QSet>
+#include <QtGui/QAccessible>
+#include <QtQuick/QQuickItem>
+
+namespace {
+
+// A handler's area often fills the control it serves, or lies inside the control's content.
+constexpr int levelsToControl = 3;
+
+struct Label
+{
+    QString name;
+    QAccessible::Role role = QAccessible::NoRole;
+};
+
+Label labelOf(QQuickItem *item)
+{
+    QAccessibleInterface *interface = QAccessible::queryAccessibleInterface(item);
+    return interface ? Label{interface->text(QAccessible::Name), interface->role()} : Label();
+}
+
+QString roleName(QAccessible::Role role)
+{
+    return QString::fromLatin1(QMetaEnum::fromType<QAccessible::Role>().valueToKey(role));
+}
+
+bool isIgnored(const QQuickItem *item)
+{
+    const QList<QObject *> &children = item->children();
+    for (const QObject *child : children) {
+        if (child->inherits("QQuickAccessibleAttached") && child->property("ignored").toBool()) {
+            return true;
+        }
+    }
+    return false;
+}
+
+bool takesClicks(const QQuickItem *item)
+{
+    if (item->inherits("QQuickMouseArea")) {
+        return item->acceptedMouseButtons() != Qt::NoButton;
+    }
+    const QList<QObject *> &children = item->children();
+    return std::any_of(children.begin(), children.end(), [](const QObject *child) {
+        return child->inherits("QQuickTapHandler") && child->property("enabled").toBool();
+    });
+}
+
+bool isExempt(const QQuickItem *item)
+{
+    return !ItemQuery::isShown(item) || !item->isEnabled() || isIgnored(item)
+        || item->inherits("QQuickOverlay") || item->inherits("QQuickFlickable")
+        || item->inherits("QQuickScrollBar") || item->inherits("QQuickPopupItem");
+}
+
+bool controlAroundIsNamed(QQuickItem *item)
+{
+    int level = 0;
+    for (QQuickItem *at = item; at && level <= levelsToControl; at = at->parentItem(), ++level) {
+        if (isIgnored(at) || !labelOf(at).name.isEmpty()) {
+            return true;
+        }
+    }
+    return false;
+}
+
+} // namespace
+
+QJsonArray AccessibilityAudit::namelessItems()
+{
+    QAccessible::setActive(true);
+    QJsonArray found;
+    const auto report = [&found](const QQuickItem *item, const QString &missing) {
+        QJsonObject entry = ItemQuery::describe(item);
+        entry.insert(QStringLiteral("missing"), missing);
+        entry.insert(QStringLiteral("parent"), ItemQuery::typeName(item->parentItem()));
+        found.append(entry);
+    };
+    ItemQuery::visit([&](QQuickItem *item) {
+        if (isExempt(item)) {
+            return;
+        }
+        if (item->activeFocusOnTab()) {
+            const Label label = labelOf(item);
+            if (label.name.isEmpty()) {
+                report(item, QStringLiteral("name"));
+            } else if (label.role == QAccessible::NoRole || label.role == QAccessible::Client) {
+                report(item, QStringLiteral("role"));
+            }
+        } else if (takesClicks(item) && !controlAroundIsNamed(item)) {
+            report(item, QStringLiteral("name"));
+        }
+    });
+    return found;
+}
+
+QJsonArray AccessibilityAudit::namedItems()
+{
+    QAccessible::setActive(true);
+    QJsonArray found;
+    ItemQuery::visit([&](QQuickItem *item) {
+        const Label label = ItemQuery::isShown(item) ? labelOf(item) : Label();
+        if (!label.name.isEmpty()) {
+            QJsonObject entry = ItemQuery::describe(item);
+            entry.insert(QStringLiteral("role"), roleName(label.role));
+            entry.insert(QStringLiteral("label"), label.name);
+            found.append(entry);
+        }
+    });
+    return found;
+}

@@ -1,0 +1,53 @@
+#pragma once
+
+#include <QtCore/QHash>
+#include <QtCore/QJsonArray>
+#include <QtCore/QJsonObject>
+#include <QtCore/QObject>
+#include <QtCore/QTimer>
+
+/// Notes when items of a type emit a signal, with the values of some of their properties at that moment.
+/// Items that appear later are found by looking through the windows every 10 ms.
+class SignalLog : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit SignalLog(QObject *parent = nullptr);
+
+    /// Starts noting: request has "type", "signal" (its name) and "get" (property names).
+    void watch(const QJsonObject &request);
+
+    /// What was noted since the last call: {"atNs", "type", "signal", "values"}.
+    QJsonArray take();
+
+    /// Ends all watching and forgets what was noted.
+    void stop();
+
+private:
+    void attach();
+
+    QTimer m_timer;
+    QList<QJsonObject> m_watches;
+    QMultiHash<const QObject *, qsizetype> m_attached;
+    QJsonArray m_notes;
+
+    friend class SignalListener;
+};
+
+/// The receiving end of one watched signal of one item.
+class SignalListener : public QObject
+{
+    Q_OBJECT
+
+public:
+    SignalListener(SignalLog *log, QObject *sender, const QJsonObject &request);
+
+private slots:
+    void note();
+
+private:
+    SignalLog *m_log;
+    QObject *m_sender;
+    QJsonObject m_request;
+};
