@@ -1,3 +1,61 @@
-# The QML module ZorvelClient. Included from the top so that every document's resource path is
-# /ZorvelClient/qml/..., as the program loads it.
-return()
+# The QML module ZorvelClient 1.0. Included from the top so that every document's resource path is
+# /ZorvelClient/qml/..., as the program loads it. The native types join the same module when the program
+# registers them, before it loads the root document.
+
+set(zorvel_qml_root
+    Main.qml
+)
+set(zorvel_qml_app
+    LaterPage.qml
+    LoginPage.qml
+    NewScreenEntry.qml
+    PageScaffold.qml
+    SessionRow.qml
+    SidebarEntry.qml
+    SidebarNav.qml
+)
+set(zorvel_qml_theme
+    AdminTexts.qml
+    AppSettings.qml
+    ClusterTexts.qml
+    FloorPlanTexts.qml
+    ShellTexts.qml
+    Theme.qml
+    Translations.qml
+)
+set(zorvel_qml_components
+    ActionButton.qml
+    ButtonBase.qml
+    ErrorBanner.qml
+    FocusRing.qml
+    PasswordField.qml
+    StyledTextField.qml
+    TabRow.qml
+    TextLink.qml
+    WindowBase.qml
+)
+set(zorvel_qml_live
+    LiveView.qml
+)
+set(zorvel_qml_archive
+)
+
+list(TRANSFORM zorvel_qml_root PREPEND qml/)
+foreach(folder IN ITEMS app theme components live archive)
+    list(TRANSFORM zorvel_qml_${folder} PREPEND qml/${folder}/)
+endforeach()
+set_source_files_properties(
+    qml/theme/AppSettings.qml qml/theme/Theme.qml qml/theme/Translations.qml
+    PROPERTIES QT_QML_SINGLETON_TYPE TRUE)
+
+qt_add_qml_module(zorvel_ui STATIC
+    URI ZorvelClient
+    VERSION 1.0
+    RESOURCE_PREFIX /
+    NO_PLUGIN
+    OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/ZorvelClient
+    QML_FILES
+        ${zorvel_qml_root} ${zorvel_qml_app} ${zorvel_qml_theme} ${zorvel_qml_components}
+        ${zorvel_qml_live} ${zorvel_qml_archive}
+)
+target_link_libraries(zorvel_ui PUBLIC Qt6::Quick Qt6::QuickControls2)

@@ -1,0 +1,52 @@
+import QtQuick
+import ZorvelClient
+
+// A row of pills of which one is current. A click only asks; the owner decides and sets `current`.
+Row {
+    id: root
+
+    // A list of {key, label}.
+    property var tabs: []
+    property string current: ""
+
+    signal selected(string key)
+
+    spacing: Theme.spacingSM
+    Accessible.role: Accessible.PageTabList
+
+    Repeater {
+        model: root.tabs
+
+        ButtonBase {
+            id: pill
+
+            required property var modelData
+            readonly property bool current: modelData.key === root.current
+
+            objectName: "tab_" + modelData.key
+            width: label.implicitWidth + 28
+            height: Theme.controlHeight
+            text: modelData.label
+            Accessible.role: Accessible.PageTab
+            Accessible.checkable: true
+            Accessible.checked: current
+            Keys.onLeftPressed: nextItemInFocusChain(false).forceActiveFocus(Qt.BacktabFocusReason)
+            Keys.onRightPressed: nextItemInFocusChain(true).forceActiveFocus(Qt.TabFocusReason)
+            onClicked: root.selected(modelData.key)
+
+            contentItem: Text {
+                id: label
+
+                text: pill.text
+                color: pill.current ? Theme.textOnAccent : Theme.textSecondary
+                font.pixelSize: Theme.fontSM
+                horizontalAlignment: Text.AlignHCenter
+                verticalAlignment: Text.AlignVCenter
+            }
+            background: Rectangle {
+                radius: Theme.radius
+                color: pill.current ? Theme.accent : pill.hovered ? Theme.surfaceMedium : Theme.surfaceLight
+            }
+        }
+    }
+}

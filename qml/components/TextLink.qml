@@ -1,0 +1,23 @@
+import QtQuick
+import ZorvelClient
+
+// A button that looks like a link in running text.
+ButtonBase {
+    id: root
+
+    property color textColor: Theme.accent
+
+    implicitWidth: label.implicitWidth
+    implicitHeight: label.implicitHeight
+    Accessible.role: Accessible.Link
+
+    contentItem: Text {
+        id: label
+
+        text: root.text
+        color: root.hovered ? Theme.textPrimary : root.textColor
+        font.pixelSize: Theme.fontSM
+        font.underline: root.hovered
+        elide: Text.ElideRight
+    }
+}

@@ -1,0 +1,66 @@
+pragma Singleton
+import QtQuick
+import Qt.labs.settings
+
+// Every text the operator reads, in Russian and English. The texts follow `language` while the program runs.
+FloorPlanTexts {
+    id: root
+
+    readonly property var availableLanguages: [
+        { code: "en", name: "English" },
+        { code: "ru", name: "Русский" }
+    ]
+
+    // The shell.
+    readonly property string laterTitle: t("Раздел ещё не готов", "Not available yet")
+    readonly property string laterText: t(
+        "Этот раздел появится в одной из следующих версий.", "This section comes with a later version.")
+    readonly property string newScreenLater: t(
+        "Дополнительные экраны появятся в одной из следующих версий.",
+        "Additional screens come with a later version.")
+    readonly property string sessionExpired: t("Сеанс истёк. Войдите снова.", "The session has expired. Sign in again.")
+    readonly property string close: t("Закрыть", "Close")
+    readonly property string navigation: t("Разделы", "Navigation")
+    readonly property string showPassword: t("Показать пароль", "Show password")
+    readonly property string hidePassword: t("Скрыть пароль", "Hide password")
+    readonly property string serverConnected: t("Связь с сервером есть", "Connected to the server")
+    readonly property string serverDisconnected: t("Нет связи с сервером", "No connection to the server")
+
+    property bool _restored: false
+
+    readonly property var _days: ({
+        mon: ["Пн", "Mon"],
+        tue: ["Вт", "Tue"],
+        wed: ["Ср", "Wed"],
+        thu: ["Чт", "Thu"],
+        fri: ["Пт", "Fri"],
+        sat: ["Сб", "Sat"],
+        sun: ["Вс", "Sun"]
+    })
+
+    // The short name of a weekday "mon" to "sun"; undefined for anything else.
+    function dayLabel(key: string) {
+        return _days.hasOwnProperty(key) ? t(_days[key][0], _days[key][1]) : undefined
+    }
+
+    visible: false
+
+    onLanguageChanged: {
+        if (_restored)
+            saved.savedLanguage = language
+    }
+    Component.onCompleted: {
+        if (saved.savedLanguage !== "")
+            language = saved.savedLanguage
+        _restored = true
+    }
+
+    // Read once and then only written: bound to `language` it would re-evaluate the binding that writes it.
+    Settings {
+        id: saved
+
+        category: "i18n"
+
+        property string savedLanguage: ""
+    }
+}
