@@ -1,5 +1,5 @@
 import QtQuick
-import QtQuick.Controls.Basic
+import QtQuick.Controls
 import ZorvelClient
 
 // The main window: sign-in, then the live view, which stays, and one other page at a time.

@@ -28,6 +28,7 @@ set(zorvel_qml_components
     ButtonBase.qml
     ErrorBanner.qml
     FocusRing.qml
+    NoticePopup.qml
     PasswordField.qml
     StyledTextField.qml
     TabRow.qml

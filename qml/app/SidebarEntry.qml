@@ -5,10 +5,13 @@ import ZorvelClient
 ButtonBase {
     id: root
 
+    // Whether the signed-in user may go there; unlike `visible` it holds on a page that is hidden itself.
+    property bool allowed: true
     property string page: ""
     property string activePage: ""
     readonly property bool current: page !== "" && page === activePage
 
+    visible: allowed
     implicitHeight: Theme.rowHeight
     leftPadding: Theme.spacingMD
     rightPadding: Theme.spacingSM

@@ -13,16 +13,16 @@ FocusScope {
 
     signal pageRequested(string page)
 
-    function allowed(permission: string) : bool {
+    function permits(permission: string) : bool {
         return apiClient.permissions.includes(permission)
     }
 
     function shownEntries() : var {
-        return [...pages.children, settingsEntry].filter(entry => entry.visible)
+        return [...Array.from(pages.children), settingsEntry].filter(entry => entry.allowed)
     }
 
     // The one entry that the Tab key stops at.
-    function tabStop() : Item {
+    function tabStop() {
         const shown = shownEntries()
         return shown.find(entry => entry.current) ?? shown[0]
     }
@@ -79,37 +79,37 @@ FocusScope {
             Entry {
                 page: "floorplans"
                 text: Translations.navFloorPlans
-                visible: root.allowed("floor_plan_view") || root.allowed("manage_floor_plans")
+                allowed: root.permits("floor_plan_view") || root.permits("manage_floor_plans")
             }
             Entry {
                 page: "cameras"
                 text: Translations.adminCamerasGroups
-                visible: root.allowed("manage_cameras")
+                allowed: root.permits("manage_cameras")
             }
             Entry {
                 page: "vision"
                 text: "Vision-анализатор"
-                visible: root.allowed("manage_vision")
+                allowed: root.permits("manage_vision")
             }
             Entry {
                 page: "admin"
                 text: Translations.adminUsersGroups
-                visible: root.allowed("manage_users")
+                allowed: root.permits("manage_users")
             }
             Entry {
                 page: "audit"
                 text: Translations.auditTitle
-                visible: root.allowed("view_audit")
+                allowed: root.permits("view_audit")
             }
             Entry {
                 page: "incidents"
                 text: "Инциденты"
-                visible: root.allowed("respond_incidents")
+                allowed: root.permits("respond_incidents")
             }
             Entry {
                 page: "cluster"
                 text: Translations.clusterTitle
-                visible: root.allowed("view_cluster")
+                allowed: root.permits("view_cluster")
             }
             NewScreenEntry {
                 objectName: "nav_newScreen"

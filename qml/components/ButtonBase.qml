@@ -1,5 +1,5 @@
 import QtQuick
-import QtQuick.Controls.Basic
+import QtQuick.Controls
 import ZorvelClient
 
 // What everything clickable has in common: a pointing hand, Return and Enter beside Space, and a focus ring.

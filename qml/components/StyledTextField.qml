@@ -1,5 +1,5 @@
 import QtQuick
-import QtQuick.Controls.Basic
+import QtQuick.Controls
 import ZorvelClient
 
 // A one-line text field in the client's look. Its accessible name is its placeholder unless a view sets another.

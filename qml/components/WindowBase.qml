@@ -1,5 +1,5 @@
 import QtQuick
-import QtQuick.Controls.Basic
+import QtQuick.Controls
 import ZorvelClient
 
 // What every top-level window of the client shares: its first and its smallest size and the dark palette, which
