@@ -1,0 +1,396 @@
+#include "net/ApiClient.h"
+
+#include "app/Logging.h"
+#include "net/Json.h"
+
+#include <QJsonDocument>
+#include <QNetworkReply>
+
+namespace {
+
+constexpr qsizetype longestLoggedBody = 2048;
+
+const QString invalidResponse = QStringLiteral("invalid response");
+
+QString cameraPath(const QString &cameraId, const QString &call)
+{
+    return QStringLiteral("/client-api/cameras/") + Requests::encoded(cameraId) + call;
+}
+
+QString encoded(const QDateTime &instant)
+{
+    return Requests::encoded(Json::instantText(instant));
+}
+
+template <typename Record>
+QList<Record> recordsOf(const QJsonArray &array)
+{
+    QList<Record> records;
+    records.reserve(array.size());
+    for (const QJsonValue element : array) {
+        if (!element.isObject()) {
+            continue;
+        }
+        Record record = Record::fromJson(element.toObject());
+        if constexpr (requires { record.isValid(); }) {
+            if (!record.isValid()) {
+                continue;
+            }
+        }
+        records.append(std::move(record));
+    }
+    return records;
+}
+
+QVariantList spanMapsOf(const QJsonArray &array)
+{
+    QVariantList maps;
+    for (const TimeSpanData &span : recordsOf<TimeSpanData>(array)) {
+        maps.append(QVariantMap{{QStringLiteral("start"), span.start.toMSecsSinceEpoch()},
+            {QStringLiteral("end"), span.end.toMSecsSinceEpoch()}});
+    }
+    return maps;
+}
+
+void logFailure(const char *call, const QString &error)
+{
+    qCWarning(lcApi).noquote() << QLatin1StringView(call) + QStringLiteral(" failed:") << redactUrl(error);
+}
+
+} // namespace
+
+QString ApiClient::nextRequestId(const QString &prefix)
+{
+    const QString number = QString::number(++m_lastRequestId);
+    return prefix.isEmpty() ? number : prefix + u'-' + number;
+}
+
+void ApiClient::fetchCameras()
+{
+    const auto fail = [](const QString &error) { logFailure("fetchCameras", error); };
+    readAnswer(
+        get(QStringLiteral("/client-api/cameras")),
+        [this, fail](const QByteArray &body) {
+            if (const auto array = Json::array(body)) {
+                emit camerasReceived(recordsOf<CameraData>(*array));
+            } else {
+                fail(invalidResponse);
+            }
+        },
+        fail);
+}
+
+void ApiClient::fetchCamerasStatus()
+{
+    readAnswer(
+        get(QStringLiteral("/client-api/cameras/status")),
+        [this](const QByteArray &body) {
+            const auto array = Json::array(body);
+            if (!array) {
+                qCWarning(lcStatus).noquote()
+                    << "fetchCamerasStatus: response is not a JSON array:"
+                    << redactUrl(QString::fromUtf8(body.first(std::min(body.size(), longestLoggedBody))));
+                return;
+            }
+            const auto statuses = recordsOf<CameraStatusData>(*array);
+            for (const CameraStatusData &status : statuses) {
+                qCDebug(lcStatus).noquote()
+                    << QStringLiteral("fetchCamerasStatus: parsed id=%1 state=%2 error=%3")
+                           .arg(status.cameraId, status.state, status.error);
+            }
+            qCInfo(lcStatus).noquote()
+                << QStringLiteral("fetchCamerasStatus: received %1 statuses").arg(statuses.size());
+            emit cameraStatusReceived(statuses);
+        },
+        [](const QString &error) {
+            qCWarning(lcStatus).noquote() << "fetchCamerasStatus: HTTP error:" << redactUrl(error);
+        });
+}
+
+void ApiClient::fetchStreamUrl(const QString &cameraId, const QString &role, const QString &requestId)
+{
+    const auto fail = [this, cameraId, requestId](
+                          const QString &error) { emit streamUrlFailed(cameraId, error, requestId); };
+    readAnswer(
+        get(cameraPath(cameraId, QStringLiteral("/stream-url?role=") + Requests::encoded(role))),
+        [this, cameraId, requestId, fail](const QByteArray &body) {
+            const auto answer = Json::object(body);
+            if (!answer) {
+                fail(QStringLiteral("Invalid response"));
+                return;
+            }
+            const QString url = answer->value(u"url").toString();
+            if (url.isEmpty()) {
+                fail(QStringLiteral("Empty stream URL"));
+                return;
+            }
+            emit streamUrlReceived(cameraId, url, requestId);
+        },
+        fail, ErrorText::Server);
+}
+
+void ApiClient::fetchRecordingRange(const QString &cameraId)
+{
+    const auto fail = [this, cameraId](const QString &error) {
+        qCWarning(lcPlayback).noquote()
+            << QStringLiteral("recording-range failed cam=%1: %2").arg(cameraId, redactUrl(error));
+        emit recordingRangeFailed(cameraId, error);
+    };
+    readAnswer(
+        get(cameraPath(cameraId, QStringLiteral("/recording-range"))),
+        [this, cameraId, fail](const QByteArray &body) {
+            if (const auto answer = Json::object(body)) {
+                emit recordingRangeReceived(cameraId, RecordingRangeData::fromJson(*answer));
+            } else {
+                fail(invalidResponse);
+            }
+        },
+        fail);
+}
+
+void ApiClient::fetchTimeline(
+    const QString &cameraId, const QDateTime &from, const QDateTime &to, const QString &requestId)
+{
+    const auto fail = [this, cameraId, requestId](const QString &error) {
+        qCWarning(lcPlayback).noquote()
+            << QStringLiteral("timeline failed cam=%1: %2").arg(cameraId, redactUrl(error));
+        emit timelineFailed(cameraId, error, requestId);
+    };
+    readAnswer(
+        get(cameraPath(cameraId, QStringLiteral("/timeline?from=%1&to=%2").arg(encoded(from), encoded(to)))),
+        [this, cameraId, requestId, fail](const QByteArray &body) {
+            if (const auto array = Json::array(body)) {
+                emit timelineReceived(cameraId, recordsOf<TimeSpanData>(*array), requestId);
+            } else {
+                fail(invalidResponse);
+            }
+        },
+        fail);
+}
+
+void ApiClient::fetchSegments(
+    const QString &cameraId, const QDateTime &from, int limit, const QString &requestId)
+{
+    const auto fail = [this, cameraId, requestId](const QString &error) {
+        qCWarning(lcPlayback).noquote()
+            << QStringLiteral("segments failed cam=%1: %2").arg(cameraId, redactUrl(error));
+        emit segmentsFailed(cameraId, error, requestId);
+    };
+    readAnswer(
+        get(cameraPath(cameraId,
+            QStringLiteral("/segments?from=%1&limit=%2").arg(encoded(from), QString::number(limit)))),
+        [this, cameraId, requestId, fail](const QByteArray &body) {
+            if (const auto array = Json::array(body)) {
+                emit segmentsReceived(cameraId, recordsOf<SegmentData>(*array), requestId);
+            } else {
+                fail(invalidResponse);
+            }
+        },
+        fail);
+}
+
+void ApiClient::fetchBatchTimeline(
+    const QStringList &cameraIds, const QDateTime &from, const QDateTime &to, const QString &requestId)
+{
+    const auto fail = [this, requestId](const QString &error) {
+        qCWarning(lcPlayback).noquote() << QStringLiteral("batch timeline failed: %1").arg(redactUrl(error));
+        emit batchTimelineFailed(error, requestId);
+    };
+    const QJsonObject query{
+        {QStringLiteral("camera_ids"), QJsonArray::fromStringList(cameraIds)},
+        {QStringLiteral("from"), Json::instantText(from)},
+        {QStringLiteral("to"), Json::instantText(to)},
+    };
+    readAnswer(
+        post(QStringLiteral("/client-api/playback/batch-timeline"), query),
+        [this, requestId, fail](const QByteArray &body) {
+            const auto answer = Json::object(body);
+            if (!answer || !answer->value(u"per_camera").isObject() || !answer->value(u"merged").isArray()) {
+                fail(invalidResponse);
+                return;
+            }
+            QVariantMap perCamera;
+            const QJsonObject spans = answer->value(u"per_camera").toObject();
+            for (auto camera = spans.begin(); camera != spans.end(); ++camera) {
+                perCamera.insert(camera.key(), spanMapsOf(camera->toArray()));
+            }
+            emit batchTimelineReceived(perCamera, spanMapsOf(answer->value(u"merged").toArray()), requestId);
+        },
+        fail);
+}
+
+void ApiClient::fetchFloorPlans()
+{
+    const auto fail = [](const QString &error) { logFailure("fetchFloorPlans", error); };
+    readAnswer(
+        get(QStringLiteral("/client-api/floor-plans")),
+        [this, fail](const QByteArray &body) {
+            if (const auto array = Json::array(body)) {
+                emit floorPlansReceived(recordsOf<FloorPlanSummary>(*array));
+            } else {
+                fail(invalidResponse);
+            }
+        },
+        fail);
+}
+
+void ApiClient::fetchFloorPlan(const QString &id)
+{
+    const auto fail = [this, id](const QString &error) {
+        logFailure("fetchFloorPlan", error);
+        emit floorPlanFailed(id, error);
+    };
+    readAnswer(
+        get(QStringLiteral("/client-api/floor-plans/") + Requests::encoded(id)),
+        [this, id, fail](const QByteArray &body) {
+            if (const auto plan = Json::object(body)) {
+                emit floorPlanReceived(id, plan->toVariantMap());
+            } else {
+                fail(invalidResponse);
+            }
+        },
+        fail);
+}
+
+void ApiClient::fetchOpenIncidents()
+{
+    fetchIncidentList("fetchOpenIncidents", QStringLiteral("/client-api/incidents?status=open,acked"),
+        &ApiClient::incidentsReceived);
+}
+
+void ApiClient::fetchIncidents(const QVariantMap &filter)
+{
+    QStringList items;
+    for (auto entry = filter.begin(); entry != filter.end(); ++entry) {
+        const QString value = entry->toString();
+        if (!value.isEmpty()) {
+            items.append(Requests::encoded(entry.key()) + u'=' + Requests::encoded(value));
+        }
+    }
+    const QString query = items.isEmpty() ? QString() : u'?' + items.join(u'&');
+    fetchIncidentList("fetchIncidents", QStringLiteral("/client-api/incidents") + query,
+        &ApiClient::incidentsJournalReceived);
+}
+
+void ApiClient::ackIncident(const QString &id)
+{
+    sendIncidentAction("ackIncident", id, u'/' + Requests::encoded(id) + QStringLiteral("/ack"), {});
+}
+
+void ApiClient::resolveIncident(const QString &id, const QString &resolution, bool falsePositive)
+{
+    sendIncidentAction("resolveIncident", id, u'/' + Requests::encoded(id) + QStringLiteral("/resolve"),
+        {{QStringLiteral("resolution"), resolution}, {QStringLiteral("false_positive"), falsePositive}});
+}
+
+void ApiClient::createIncident(const QString &title, const QString &description, int severity,
+    const QString &cameraId, const QString &zone)
+{
+    sendIncidentAction("createIncident", {}, {},
+        {
+            {QStringLiteral("title"), title},
+            {QStringLiteral("description"), description},
+            {QStringLiteral("severity"), severity},
+            {QStringLiteral("camera_id"), cameraId},
+            {QStringLiteral("zone"), zone},
+        });
+}
+
+void ApiClient::fetchPreferences()
+{
+    readAnswer(
+        get(QStringLiteral("/client-api/preferences")),
+        [this](const QByteArray &body) { emit preferencesReceived(QString::fromUtf8(body)); },
+        [](const QString &error) { logFailure("fetchPreferences", error); });
+}
+
+void ApiClient::savePreferences(const QString &json)
+{
+    Requests::whenFinished(put(QStringLiteral("/client-api/preferences"), json.toUtf8()), this,
+        [](QNetworkReply &reply, const QByteArray &) {
+            if (Requests::hasFailed(reply)) {
+                logFailure("savePreferences", Requests::httpErrorText(reply));
+            }
+        });
+}
+
+QString ApiClient::segmentFileUrl(qint64 segmentId, const QString &nodeId) const
+{
+    const QString file
+        = QStringLiteral("%1/client-api/segments/%2/file").arg(m_serverUrl, QString::number(segmentId));
+    return nodeId.isEmpty() ? file : file + QStringLiteral("?node=") + Requests::encoded(nodeId);
+}
+
+QNetworkReply *ApiClient::openExportStream(const QString &cameraId, const QDateTime &origin,
+    const QDateTime &from, const QDateTime &to, bool init, QObject *owner)
+{
+    QNetworkReply *reply
+        = get(QStringLiteral("/client-api/export/stream?camera_id=%1&from=%2&to=%3&origin=%4&init=%5")
+                  .arg(Requests::encoded(cameraId), encoded(from), encoded(to), encoded(origin),
+                      init ? QStringLiteral("1") : QStringLiteral("0")));
+    reply->setParent(owner);
+    return reply;
+}
+
+QNetworkReply *ApiClient::get(const QString &path)
+{
+    return m_network.get(authorizedRequest(path));
+}
+
+QNetworkReply *ApiClient::post(const QString &path, const QJsonObject &body)
+{
+    return m_network.post(
+        authorizedRequest(path, Requests::Body::Json), QJsonDocument(body).toJson(QJsonDocument::Compact));
+}
+
+QNetworkReply *ApiClient::put(const QString &path, const QByteArray &json)
+{
+    return m_network.put(authorizedRequest(path, Requests::Body::Json), json);
+}
+
+void ApiClient::readAnswer(
+    QNetworkReply *reply, const OnBody &onBody, const OnFailure &onFailure, ErrorText errorText)
+{
+    Requests::whenFinished(reply, this,
+        [this, session = m_session, onBody, onFailure, errorText](
+            QNetworkReply &finished, const QByteArray &body) {
+            if (session != m_session) {
+                onFailure(QStringLiteral("Session ended"));
+            } else if (!Requests::hasFailed(finished)) {
+                onBody(body);
+            } else if (errorText == ErrorText::Server) {
+                onFailure(Requests::serverErrorText(finished, body));
+            } else {
+                onFailure(Requests::httpErrorText(finished));
+            }
+        });
+}
+
+void ApiClient::fetchIncidentList(
+    const char *call, const QString &path, void (ApiClient::*received)(const QVariantList &))
+{
+    const auto fail = [call](const QString &error) { logFailure(call, error); };
+    readAnswer(
+        get(path),
+        [this, received, fail](const QByteArray &body) {
+            if (const auto array = Json::array(body)) {
+                emit(this->*received)(array->toVariantList());
+            } else {
+                fail(invalidResponse);
+            }
+        },
+        fail);
+}
+
+void ApiClient::sendIncidentAction(
+    const char *call, const QString &id, const QString &path, const QJsonObject &body)
+{
+    Requests::whenFinished(post(QStringLiteral("/client-api/incidents") + path, body), this,
+        [this, call, id](QNetworkReply &reply, const QByteArray &) {
+            if (Requests::hasFailed(reply)) {
+                const QString error = Requests::httpErrorText(reply);
+                logFailure(call, error);
+                emit incidentActionFailed(id, error);
+            }
+        });
+}
