@@ -1,0 +1,3 @@
+#include "live/StreamLog.h"
+
+Q_LOGGING_CATEGORY(zorvelStream, "zorvel.stream", QtInfoMsg)
