@@ -186,10 +186,7 @@ WindowBase {
     Component {
         id: settingsPage
 
-        LaterPage {
-            activePage: "settings"
-            title: Translations.settingsTitle
-        }
+        SettingsView { }
     }
 
     Shortcut {

@@ -6,11 +6,13 @@ set(zorvel_qml_root
     Main.qml
 )
 set(zorvel_qml_app
+    LanguageChoice.qml
     LaterPage.qml
     LoginPage.qml
     NewScreenEntry.qml
     PageScaffold.qml
     SessionRow.qml
+    SettingsView.qml
     SidebarEntry.qml
     SidebarNav.qml
 )
@@ -26,13 +28,23 @@ set(zorvel_qml_theme
 set(zorvel_qml_components
     ActionButton.qml
     ButtonBase.qml
+    DeleteConfirmDialog.qml
+    DialogButtons.qml
+    EditDeleteButtons.qml
     ErrorBanner.qml
     FocusRing.qml
-    NoticePopup.qml
+    NoticeDialog.qml
     PasswordField.qml
+    PrimaryButton.qml
+    Pulse.qml
+    StatusDot.qml
+    StyledDialog.qml
+    StyledListView.qml
     StyledTextField.qml
     TabRow.qml
     TextLink.qml
+    ToggleSwitch.qml
+    ToolButtonChip.qml
     WindowBase.qml
 )
 set(zorvel_qml_live
@@ -46,7 +58,7 @@ foreach(folder IN ITEMS app theme components live archive)
     list(TRANSFORM zorvel_qml_${folder} PREPEND qml/${folder}/)
 endforeach()
 set_source_files_properties(
-    qml/theme/AppSettings.qml qml/theme/Theme.qml qml/theme/Translations.qml
+    qml/components/Pulse.qml qml/theme/AppSettings.qml qml/theme/Theme.qml qml/theme/Translations.qml
     PROPERTIES QT_QML_SINGLETON_TYPE TRUE)
 
 qt_add_qml_module(zorvel_ui STATIC

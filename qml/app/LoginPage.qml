@@ -77,7 +77,7 @@ FocusScope {
         id: scroller
 
         anchors.fill: parent
-        contentHeight: Math.max(height, card.height + 2 * Theme.spacingLG)
+        contentHeight: Math.max(height, card.height + 2 * (languages.height + 2 * Theme.spacingLG))
         boundsBehavior: Flickable.StopAtBounds
         ScrollBar.vertical: ScrollBar { }
 
@@ -139,7 +139,7 @@ FocusScope {
                     readOnly: apiClient.loading
                     onAccepted: root.checkServer()
                 }
-                ActionButton {
+                PrimaryButton {
                     id: continueButton
 
                     objectName: "continueButton"
@@ -147,9 +147,6 @@ FocusScope {
                     visible: root.step === "server"
                     enabled: serverField.text.trim() !== "" && !apiClient.loading
                     text: Translations.loginContinue
-                    textColor: Theme.textOnAccent
-                    baseColor: Theme.accent
-                    hoverColor: Theme.accentHover
                     onClicked: root.checkServer()
                 }
 
@@ -198,7 +195,7 @@ FocusScope {
                     readOnly: apiClient.loading
                     onAccepted: root.submit()
                 }
-                ActionButton {
+                PrimaryButton {
                     id: primaryButton
 
                     objectName: "primaryButton"
@@ -207,9 +204,6 @@ FocusScope {
                     enabled: loginField.text !== "" && passwordField.text !== "" && !apiClient.loading
                     text: apiClient.loading ? Translations.loginSigningIn
                         : root.step === "setup" ? Translations.setupCreate : Translations.loginSignIn
-                    textColor: Theme.textOnAccent
-                    baseColor: Theme.accent
-                    hoverColor: Theme.accentHover
                     onClicked: root.submit()
                 }
 
@@ -219,6 +213,13 @@ FocusScope {
                     text: apiClient.errorMessage
                 }
             }
+        }
+        LanguageChoice {
+            id: languages
+
+            anchors.bottom: parent.bottom
+            anchors.bottomMargin: Theme.spacingLG
+            anchors.horizontalCenter: parent.horizontalCenter
         }
     }
 }

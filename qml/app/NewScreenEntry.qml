@@ -14,7 +14,7 @@ SidebarEntry {
             notice.open()
     }
 
-    NoticePopup {
+    NoticeDialog {
         id: notice
 
         objectName: "newScreenNotice"

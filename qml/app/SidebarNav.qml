@@ -166,4 +166,9 @@ FocusScope {
             onActivated: root.shownEntries()[index]?.click()
         }
     }
+    Shortcut {
+        enabled: root.visible
+        sequence: "Ctrl+,"
+        onActivated: settingsEntry.click()
+    }
 }

@@ -11,15 +11,22 @@ Row {
 
     signal selected(string key)
 
+    function moveFocus(from: int, step: int) {
+        pills.itemAt(from + step)?.forceActiveFocus(Qt.TabFocusReason)
+    }
+
     spacing: Theme.spacingSM
     Accessible.role: Accessible.PageTabList
 
     Repeater {
+        id: pills
+
         model: root.tabs
 
         ButtonBase {
             id: pill
 
+            required property int index
             required property var modelData
             readonly property bool current: modelData.key === root.current
 
@@ -28,10 +35,9 @@ Row {
             height: Theme.controlHeight
             text: modelData.label
             Accessible.role: Accessible.PageTab
-            Accessible.checkable: true
-            Accessible.checked: current
-            Keys.onLeftPressed: nextItemInFocusChain(false).forceActiveFocus(Qt.BacktabFocusReason)
-            Keys.onRightPressed: nextItemInFocusChain(true).forceActiveFocus(Qt.TabFocusReason)
+            Accessible.selected: current
+            Keys.onLeftPressed: root.moveFocus(index, -1)
+            Keys.onRightPressed: root.moveFocus(index, 1)
             onClicked: root.selected(modelData.key)
 
             contentItem: Text {

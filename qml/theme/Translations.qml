@@ -26,6 +26,16 @@ FloorPlanTexts {
     readonly property string serverConnected: t("Связь с сервером есть", "Connected to the server")
     readonly property string serverDisconnected: t("Нет связи с сервером", "No connection to the server")
 
+    readonly property string shortcutsTitle: t("Клавиши", "Keyboard")
+    readonly property string keySpace: t("Пробел", "Space")
+    readonly property string shortcutSection: t("Открыть раздел по его месту в списке", "Open a section by its place in the list")
+    readonly property string shortcutSettings: t("Открыть настройки", "Open the settings")
+    readonly property string shortcutSidebar: t("Перейти по списку разделов", "Move along the sections")
+    readonly property string shortcutFocus: t("Перейти к следующему или предыдущему элементу", "Go to the next or previous control")
+    readonly property string shortcutActivate: t("Нажать выбранный элемент", "Press the focused control")
+    readonly property string shortcutEscape: t("Закрыть окно сообщения, вернуться к выбору сервера", "Close a dialog, go back to the choice of server")
+    readonly property string shortcutPreset: t("Раскладка сетки в живом просмотре", "Grid layout of the live view")
+
     property bool _restored: false
 
     readonly property var _days: ({

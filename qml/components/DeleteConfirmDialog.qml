@@ -1,0 +1,39 @@
+import QtQuick
+import ZorvelClient
+
+// Asks before something is deleted. It stays open on confirmation: its owner closes it when the delete has
+// succeeded, so that a failure shows beside it.
+StyledDialog {
+    id: root
+
+    // The name or login of what is being deleted.
+    property string label: ""
+
+    signal confirmed()
+
+    title: Translations.adminConfirmDelete
+
+    contentItem: Text {
+        text: root.label
+        textFormat: Text.PlainText
+        color: Theme.textSecondary
+        font.pixelSize: Theme.fontSM
+        wrapMode: Text.Wrap
+        Accessible.role: Accessible.StaticText
+        Accessible.name: text
+    }
+    footer: DialogButtons {
+        ActionButton {
+            objectName: "cancelDeleteButton"
+            focus: true
+            text: Translations.cancel
+            onClicked: root.close()
+        }
+        ActionButton {
+            objectName: "confirmDeleteButton"
+            text: Translations.adminDelete
+            hoverColor: Theme.statusError
+            onClicked: root.confirmed()
+        }
+    }
+}
