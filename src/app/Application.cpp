@@ -1,0 +1,83 @@
+#include "app/Application.h"
+
+#include "app/CrashReporting.h"
+#include "app/QmlTypes.h"
+
+#include <QQmlContext>
+
+#include <clocale>
+
+namespace {
+
+constexpr int statusPollIntervalMs = 15000;
+constexpr int cameraRefetchDelayMs = 250;
+
+} // namespace
+
+Application::Application()
+{
+    // Qt's application object takes the operating system's number format over.
+    std::setlocale(LC_NUMERIC, "C");
+    registerQmlTypes();
+    m_statusPollTimer.setInterval(statusPollIntervalMs);
+    m_cameraRefetchTimer.setInterval(cameraRefetchDelayMs);
+    m_cameraRefetchTimer.setSingleShot(true);
+    wire();
+    publish();
+}
+
+Application::~Application() = default;
+
+bool Application::load(const QUrl &rootDocument)
+{
+    m_engine.addImportPath(QStringLiteral(":/"));
+    m_engine.load(rootDocument);
+    return !m_engine.rootObjects().isEmpty();
+}
+
+void Application::wire()
+{
+    const auto start = qOverload<>(&QTimer::start);
+
+    connect(&m_statusPollTimer, &QTimer::timeout, &m_apiClient, &ApiClient::fetchCamerasStatus);
+    connect(&m_apiClient, &ApiClient::camerasReceived, &m_cameraModel, &CameraListModel::setCameras);
+    connect(&m_apiClient, &ApiClient::camerasReceived, &m_apiClient, &ApiClient::fetchCamerasStatus);
+    connect(&m_apiClient, &ApiClient::cameraStatusReceived, &m_cameraModel, &CameraListModel::updateStatuses);
+    connect(&m_wsClient, &WSClient::cameraStatusChanged, &m_cameraModel, &CameraListModel::updateStatus);
+    connect(&m_cameraRefetchTimer, &QTimer::timeout, &m_apiClient, &ApiClient::fetchCameras);
+    connect(&m_wsClient, &WSClient::cameraAdded, &m_cameraRefetchTimer, start);
+    connect(&m_wsClient, &WSClient::cameraUpdated, &m_cameraRefetchTimer, start);
+    connect(&m_wsClient, &WSClient::cameraDeleted, &m_cameraRefetchTimer, start);
+    connect(&m_apiClient, &ApiClient::loginSucceeded, this, &Application::startSession);
+    connect(
+        &m_wsClient, &WSClient::needsToken, this, [this] { m_wsClient.setToken(m_apiClient.accessToken()); });
+    connect(&m_apiClient, &ApiClient::sessionExpired, this, [] { clearCrashUser(); });
+    connect(&m_apiClient, &ApiClient::sessionExpired, &m_statusPollTimer, &QTimer::stop);
+    connect(&m_apiClient, &ApiClient::authChanged, this, &Application::endPolling);
+}
+
+void Application::publish()
+{
+    QQmlContext *const context = m_engine.rootContext();
+    context->setContextProperty(QStringLiteral("apiClient"), &m_apiClient);
+    context->setContextProperty(QStringLiteral("wsClient"), &m_wsClient);
+    context->setContextProperty(QStringLiteral("cameraModel"), &m_cameraModel);
+}
+
+void Application::startSession()
+{
+    setCrashUser(m_apiClient.login(), m_apiClient.serverUrl());
+    m_apiClient.fetchCameras();
+    m_apiClient.fetchFloorPlans();
+    m_apiClient.fetchOpenIncidents();
+    m_wsClient.connectTo(WSClient::eventChannelUrl(m_apiClient.serverUrl()), m_apiClient.accessToken());
+    m_statusPollTimer.start();
+}
+
+void Application::endPolling()
+{
+    if (m_apiClient.isAuthenticated())
+        return;
+    m_statusPollTimer.stop();
+    m_cameraRefetchTimer.stop();
+}

@@ -1,0 +1,45 @@
+#pragma once
+
+#include "live/CameraListModel.h"
+#include "net/ApiClient.h"
+#include "net/WSClient.h"
+
+#include <QObject>
+#include <QQmlApplicationEngine>
+#include <QTimer>
+#include <QUrl>
+
+// The object graph of the client: every service and model, once, for the whole run; the wiring between them;
+// and the QML engine that shows them. They are members in the order of their creation, so that the engine
+// goes first and every service outlives what uses it.
+//
+// Nothing is fetched before the first successful sign-in.
+class Application : public QObject
+{
+    Q_OBJECT
+
+public:
+    Application();
+    ~Application() override;
+
+    // Shows the root document; false when it cannot be loaded.
+    bool load(const QUrl &rootDocument = QUrl(QStringLiteral("qrc:/ZorvelClient/qml/Main.qml")));
+
+    ApiClient &apiClient() { return m_apiClient; }
+    WSClient &wsClient() { return m_wsClient; }
+    CameraListModel &cameraModel() { return m_cameraModel; }
+    QQmlApplicationEngine &engine() { return m_engine; }
+
+private:
+    void wire();
+    void publish();
+    void startSession();
+    void endPolling();
+
+    ApiClient m_apiClient;
+    WSClient m_wsClient;
+    CameraListModel m_cameraModel;
+    QTimer m_statusPollTimer;
+    QTimer m_cameraRefetchTimer;
+    QQmlApplicationEngine m_engine;
+};

@@ -1,0 +1,24 @@
+#include "app/QmlTypes.h"
+
+#include "live/CameraFilterModel.h"
+#include "live/GridLayoutModel.h"
+#include "live/StreamPoolModel.h"
+
+#include <QtQml>
+
+namespace {
+
+template <typename Type>
+void registerType(const char *name)
+{
+    qmlRegisterType<Type>("ZorvelClient", 1, 0, name);
+}
+
+} // namespace
+
+void registerQmlTypes()
+{
+    registerType<GridLayoutModel>("GridLayoutModel");
+    registerType<StreamPoolModel>("StreamPoolModel");
+    registerType<CameraFilterModel>("CameraFilterModel");
+}

@@ -1,0 +1,25 @@
+#include "app/Application.h"
+#include "app/CrashReporting.h"
+
+#include <QGuiApplication>
+#include <QQuickStyle>
+#include <QQuickWindow>
+
+#include <clocale>
+
+int main(int argc, char *argv[])
+{
+    std::setlocale(LC_NUMERIC, "C");
+    QQuickWindow::setGraphicsApi(QSGRendererInterface::OpenGL);
+
+    const QGuiApplication guiApplication(argc, argv);
+    QGuiApplication::setApplicationName(QStringLiteral("Zorvel Client"));
+    QGuiApplication::setOrganizationName(QStringLiteral("Zorvel"));
+    initCrashReporting();
+    QQuickStyle::setStyle(QStringLiteral("Basic"));
+
+    Application application;
+    const int exitCode = application.load() ? QGuiApplication::exec() : -1;
+    closeCrashReporting();
+    return exitCode;
+}
