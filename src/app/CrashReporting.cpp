@@ -71,7 +71,7 @@ void forwardMessage(QtMsgType type, const QMessageLogContext &context, const QSt
 
 [[noreturn]] void reportTermination()
 {
-    if (CrashBackend *backend = activeBackend) {
+    if (CrashBackend *backend = activeBackend.exchange(nullptr)) {
         backend->captureMessage(CrashLevel::Fatal, QStringLiteral("terminate"),
             QStringLiteral("unhandled C++ exception (std::terminate)"));
         backend->close();
