@@ -1,0 +1,258 @@
+#include "archive/TimelineModel.h"
+
+#include "app/Logging.h"
+#include "archive/Instants.h"
+#include "net/ApiClient.h"
+
+#include <QSet>
+
+namespace {
+
+constexpr qint64 firstRangeMs = 21'600'000;
+constexpr int rangeDelayMs = 150;
+
+const QString startKey = QStringLiteral("start");
+const QString endKey = QStringLiteral("end");
+
+} // namespace
+
+TimelineModel::TimelineModel(ApiClient *apiClient, QObject *parent)
+    : QObject(parent)
+    , m_apiClient(apiClient)
+{
+    m_rangeTimer.setSingleShot(true);
+    m_rangeTimer.setInterval(rangeDelayMs);
+    connect(&m_rangeTimer, &QTimer::timeout, this, &TimelineModel::requestPending);
+
+    connect(apiClient, &ApiClient::recordingRangeReceived, this, &TimelineModel::onRecordingRangeReceived);
+    connect(apiClient, &ApiClient::recordingRangeFailed, this, &TimelineModel::onRecordingRangeFailed);
+    connect(apiClient, &ApiClient::timelineReceived, this, &TimelineModel::onTimelineReceived);
+    connect(apiClient, &ApiClient::timelineFailed, this, &TimelineModel::onTimelineFailed);
+    connect(apiClient, &ApiClient::batchTimelineReceived, this, &TimelineModel::onBatchTimelineReceived);
+    connect(apiClient, &ApiClient::batchTimelineFailed, this, &TimelineModel::onBatchTimelineFailed);
+}
+
+void TimelineModel::loadTimeline(const QString &cameraId)
+{
+    if (cameraId == m_cameraId && !m_batch)
+        return;
+    clear();
+    if (cameraId.isEmpty())
+        return;
+    m_cameraId = cameraId;
+    emit cameraIdChanged();
+    qCInfo(lcPlayback).noquote() << QStringLiteral("loadTimeline cam=%1").arg(cameraId);
+    setLoading(true);
+    m_apiClient->fetchRecordingRange(cameraId);
+}
+
+void TimelineModel::loadBatchTimeline(const QStringList &cameraIds)
+{
+    clear();
+    if (cameraIds.isEmpty())
+        return;
+    m_batch = true;
+    m_cameraIds = cameraIds;
+    m_cameraId = cameraIds.first();
+    emit cameraIdChanged();
+    qCInfo(lcPlayback).noquote() << QStringLiteral("loadBatchTimeline cams=%1").arg(cameraIds.size());
+    const qint64 now = QDateTime::currentMSecsSinceEpoch();
+    request(now - firstRangeMs, now);
+}
+
+void TimelineModel::loadRange(qint64 fromMs, qint64 toMs)
+{
+    if (m_loadedTo > m_loadedFrom && fromMs >= m_loadedFrom && toMs <= m_loadedTo) {
+        m_rangeTimer.stop();
+        return;
+    }
+    m_pendingFrom = Instants::bounded(fromMs);
+    m_pendingTo = Instants::bounded(toMs);
+    m_rangeTimer.start();
+}
+
+void TimelineModel::requestPending()
+{
+    if (m_pendingTo <= m_pendingFrom || m_cameraId.isEmpty())
+        return;
+    const qint64 width = m_pendingTo - m_pendingFrom;
+    request(m_pendingFrom - width, m_pendingTo + width);
+}
+
+void TimelineModel::clear()
+{
+    m_cameraId.clear();
+    m_cameraIds.clear();
+    m_batch = false;
+    m_spans.clear();
+    m_perCamera.clear();
+    m_earliest = m_latest = 0;
+    m_hasData = false;
+    m_rangeTimer.stop();
+    m_pendingFrom = m_pendingTo = 0;
+    m_loadedFrom = m_loadedTo = 0;
+    m_requestedFrom = m_requestedTo = 0;
+    m_requestId.clear();
+    emit cameraIdChanged();
+    emit spansChanged();
+    emit rangeChanged();
+    setLoading(false);
+}
+
+QVariantList TimelineModel::coverageFor(const QString &cameraId) const
+{
+    return m_perCamera.value(cameraId).toList();
+}
+
+qint64 TimelineModel::computeStartTime(qint64 lookbackMs) const
+{
+    return m_hasData ? std::max(m_earliest, m_latest - Instants::bounded(lookbackMs)) : 0;
+}
+
+void TimelineModel::onRecordingRangeReceived(const QString &cameraId, const RecordingRangeData &range)
+{
+    if (cameraId != m_cameraId || m_batch)
+        return;
+    const qint64 earliest = Instants::fromDateTime(range.earliest);
+    const qint64 latest = Instants::fromDateTime(range.latest);
+    m_hasData = range.hasData && earliest <= latest;
+    m_earliest = m_hasData ? earliest : 0;
+    m_latest = m_hasData ? latest : 0;
+    qCInfo(lcPlayback).noquote() << QStringLiteral("recording range cam=%1 hasData=%2 earliest=%3 latest=%4")
+                                        .arg(cameraId,
+                                            m_hasData ? QStringLiteral("yes") : QStringLiteral("no"),
+                                            m_hasData ? Instants::logText(m_earliest) : QStringLiteral("-"),
+                                            m_hasData ? Instants::logText(m_latest) : QStringLiteral("-"));
+    emit rangeChanged();
+    if (m_cameraId != cameraId)
+        return;
+    if (m_hasData)
+        request(std::max(m_earliest, m_latest - firstRangeMs), m_latest);
+    else
+        setLoading(false);
+}
+
+void TimelineModel::onRecordingRangeFailed(const QString &cameraId, const QString &error)
+{
+    if (cameraId != m_cameraId || m_batch)
+        return;
+    qCWarning(lcPlayback).noquote()
+        << QStringLiteral("recording range failed cam=%1: %2").arg(cameraId, error);
+    m_earliest = m_latest = 0;
+    m_hasData = false;
+    emit rangeChanged();
+    setLoading(false);
+}
+
+void TimelineModel::onTimelineReceived(
+    const QString &cameraId, const QList<TimeSpanData> &timeSpans, const QString &requestId)
+{
+    if (cameraId != m_cameraId || !isCurrent(requestId))
+        return;
+    m_spans.clear();
+    m_spans.reserve(timeSpans.size());
+    for (const TimeSpanData &span : timeSpans) {
+        m_spans.append(QVariantMap{
+            {startKey, Instants::fromDateTime(span.start)}, {endKey, Instants::fromDateTime(span.end)}});
+    }
+    m_loadedFrom = m_requestedFrom;
+    m_loadedTo = m_requestedTo;
+    qCInfo(lcPlayback).noquote()
+        << QStringLiteral("timeline cam=%1 spans=%2").arg(cameraId).arg(m_spans.size());
+    emit spansChanged();
+    setLoading(false);
+}
+
+void TimelineModel::onTimelineFailed(const QString &cameraId, const QString &error, const QString &requestId)
+{
+    if (cameraId != m_cameraId || !isCurrent(requestId))
+        return;
+    qCWarning(lcPlayback).noquote() << QStringLiteral("timeline failed cam=%1: %2").arg(cameraId, error);
+    setLoading(false);
+}
+
+void TimelineModel::onBatchTimelineReceived(
+    const QVariantMap &perCamera, const QVariantList &merged, const QString &requestId)
+{
+    if (!m_batch || !isCurrent(requestId))
+        return;
+    const QStringList answered = perCamera.keys();
+    if (QSet<QString>(answered.begin(), answered.end())
+        != QSet<QString>(m_cameraIds.begin(), m_cameraIds.end())) {
+        qCWarning(lcPlayback) << "batch timeline ignored: response cameras don't match request";
+        if (requestId == m_requestId)
+            setLoading(false);
+        return;
+    }
+    qCInfo(lcPlayback).noquote()
+        << QStringLiteral("batch timeline cams=%1 mergedSpans=%2").arg(perCamera.size()).arg(merged.size());
+    m_spans = merged;
+    m_perCamera = perCamera;
+    m_loadedFrom = m_requestedFrom;
+    m_loadedTo = m_requestedTo;
+    widenRange(merged);
+    emit spansChanged();
+    setLoading(false);
+}
+
+void TimelineModel::widenRange(const QVariantList &merged)
+{
+    qint64 earliest = m_earliest;
+    qint64 latest = m_latest;
+    bool hasData = m_hasData;
+    for (const QVariant &entry : merged) {
+        const QVariantMap span = entry.toMap();
+        if (!span.contains(startKey) || !span.contains(endKey))
+            continue;
+        const qint64 start = Instants::bounded(span.value(startKey).toLongLong());
+        const qint64 end = Instants::bounded(span.value(endKey).toLongLong());
+        if (start > end)
+            continue;
+        hasData = true;
+        if (earliest == 0 || start < earliest)
+            earliest = start;
+        if (end > latest)
+            latest = end;
+    }
+    if (earliest == m_earliest && latest == m_latest && hasData == m_hasData)
+        return;
+    m_earliest = earliest;
+    m_latest = latest;
+    m_hasData = hasData;
+    emit rangeChanged();
+}
+
+void TimelineModel::onBatchTimelineFailed(const QString &error, const QString &requestId)
+{
+    if (!m_batch || !isCurrent(requestId))
+        return;
+    qCWarning(lcPlayback).noquote() << QStringLiteral("batch timeline failed: %1").arg(error);
+    setLoading(false);
+}
+
+void TimelineModel::request(qint64 fromMs, qint64 toMs)
+{
+    m_requestId = QString::number(++m_requestCounter);
+    m_requestedFrom = fromMs;
+    m_requestedTo = toMs;
+    setLoading(true);
+    const QDateTime from = Instants::toDateTime(fromMs);
+    const QDateTime to = Instants::toDateTime(toMs);
+    if (m_batch)
+        m_apiClient->fetchBatchTimeline(m_cameraIds, from, to, m_requestId);
+    else
+        m_apiClient->fetchTimeline(m_cameraId, from, to, m_requestId);
+}
+
+bool TimelineModel::isCurrent(const QString &requestId) const
+{
+    return requestId.isEmpty() || requestId == m_requestId;
+}
+
+void TimelineModel::setLoading(bool loading)
+{
+    if (m_loading == loading)
+        return;
+    m_loading = loading;
+    emit loadingChanged();
+}

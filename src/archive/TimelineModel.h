@@ -1,0 +1,109 @@
+#pragma once
+
+#include "net/Records.h"
+
+#include <QObject>
+#include <QStringList>
+#include <QTimer>
+#include <QVariantList>
+#include <QVariantMap>
+
+class ApiClient;
+
+/**
+ * What the playback screen draws along its time axis.
+ *
+ * Holds the recorded spans of one camera, or in batch mode the joined spans of several cameras together with
+ * each camera's own, and the recording range. It asks the client for them and asks again, debounced, when the
+ * visible range leaves what is loaded. Answers that belong to an earlier question are dropped; a failed
+ * request is logged and leaves the spans as they are.
+ *
+ * All instants are milliseconds since the epoch, UTC; a span is a map {"start", "end"} covering [start, end).
+ * Owned by the application, known to QML as `timelineModel`.
+ */
+class TimelineModel : public QObject
+{
+    Q_OBJECT
+    Q_PROPERTY(QString cameraId READ cameraId NOTIFY cameraIdChanged)
+    Q_PROPERTY(QVariantList spans READ spans NOTIFY spansChanged)
+    Q_PROPERTY(qint64 earliest READ earliest NOTIFY rangeChanged)
+    Q_PROPERTY(qint64 latest READ latest NOTIFY rangeChanged)
+    Q_PROPERTY(bool hasData READ hasData NOTIFY rangeChanged)
+    Q_PROPERTY(bool loading READ loading NOTIFY loadingChanged)
+
+public:
+    /// The client is borrowed and must outlive the model.
+    explicit TimelineModel(ApiClient *apiClient, QObject *parent = nullptr);
+
+    /// The camera shown; in batch mode the first of them.
+    QString cameraId() const { return m_cameraId; }
+    /// The spans to draw, in the order received.
+    QVariantList spans() const { return m_spans; }
+    /// The first and the last recorded instant; 0 and 0 while unknown or without data.
+    qint64 earliest() const { return m_earliest; }
+    qint64 latest() const { return m_latest; }
+    /// Whether there is any recording.
+    bool hasData() const { return m_hasData; }
+    /// Whether a request is outstanding.
+    bool loading() const { return m_loading; }
+
+    /// Shows one camera: asks for its range and then for the last six hours of its recording. Nothing happens
+    /// when it is shown already.
+    Q_INVOKABLE void loadTimeline(const QString &cameraId);
+    /// Shows several cameras: asks for the last six hours; the range follows from the answer. An empty list
+    /// clears.
+    Q_INVOKABLE void loadBatchTimeline(const QStringList &cameraIds);
+    /// The visible range has become [fromMs, toMs]. When it leaves what is loaded, three times its width is
+    /// asked for, 150 ms after the last call.
+    Q_INVOKABLE void loadRange(qint64 fromMs, qint64 toMs);
+    Q_INVOKABLE void clear();
+
+    /// The camera's own spans in batch mode, otherwise none.
+    Q_INVOKABLE QVariantList coverageFor(const QString &cameraId) const;
+    /// Where playback starts unless the user says otherwise: `lookbackMs` before the end of the recording,
+    /// but never before its beginning; 0 without data.
+    Q_INVOKABLE qint64 computeStartTime(qint64 lookbackMs = 3'600'000) const;
+
+public slots:
+    void onRecordingRangeReceived(const QString &cameraId, const RecordingRangeData &range);
+    void onRecordingRangeFailed(const QString &cameraId, const QString &error);
+    void onTimelineReceived(
+        const QString &cameraId, const QList<TimeSpanData> &timeSpans, const QString &requestId);
+    void onTimelineFailed(const QString &cameraId, const QString &error, const QString &requestId);
+    void onBatchTimelineReceived(
+        const QVariantMap &perCamera, const QVariantList &merged, const QString &requestId);
+    void onBatchTimelineFailed(const QString &error, const QString &requestId);
+
+signals:
+    void cameraIdChanged();
+    void spansChanged();
+    void rangeChanged();
+    void loadingChanged();
+
+private:
+    void request(qint64 fromMs, qint64 toMs);
+    void requestPending();
+    void widenRange(const QVariantList &merged);
+    void setLoading(bool loading);
+    bool isCurrent(const QString &requestId) const;
+
+    ApiClient *m_apiClient;
+    QString m_cameraId;
+    QStringList m_cameraIds;
+    bool m_batch = false;
+    QVariantList m_spans;
+    QVariantMap m_perCamera;
+    qint64 m_earliest = 0;
+    qint64 m_latest = 0;
+    bool m_hasData = false;
+    bool m_loading = false;
+    QTimer m_rangeTimer{this};
+    qint64 m_pendingFrom = 0;
+    qint64 m_pendingTo = 0;
+    qint64 m_loadedFrom = 0;
+    qint64 m_loadedTo = 0;
+    qint64 m_requestedFrom = 0;
+    qint64 m_requestedTo = 0;
+    qint32 m_requestCounter = 0;
+    QString m_requestId;
+};
