@@ -7,6 +7,7 @@ set(zorvel_qml_root
 )
 set(zorvel_qml_app
     LanguageChoice.qml
+    LanguageLinks.qml
     LaterPage.qml
     LoginPage.qml
     NewScreenEntry.qml
@@ -41,6 +42,7 @@ set(zorvel_qml_components
     StyledDialog.qml
     StyledListView.qml
     StyledTextField.qml
+    StyledToolTip.qml
     TabRow.qml
     TextLink.qml
     ToggleSwitch.qml

@@ -214,12 +214,12 @@ FocusScope {
                 }
             }
         }
-        LanguageChoice {
+        LanguageLinks {
             id: languages
 
-            anchors.bottom: parent.bottom
-            anchors.bottomMargin: Theme.spacingLG
-            anchors.horizontalCenter: parent.horizontalCenter
+            anchors.top: card.bottom
+            anchors.topMargin: Theme.spacingLG
+            anchors.horizontalCenter: card.horizontalCenter
         }
     }
 }

@@ -13,7 +13,19 @@ RowLayout {
         radius: 4
         color: wsClient.connected ? Theme.statusOk : Theme.statusError
         Accessible.role: Accessible.Indicator
-        Accessible.name: wsClient.connected ? Translations.serverConnected : Translations.serverDisconnected
+        Accessible.name: connectionTip.text
+
+        HoverHandler {
+            id: dotHover
+
+            margin: Theme.spacingXS
+        }
+        StyledToolTip {
+            id: connectionTip
+
+            visible: dotHover.hovered
+            text: wsClient.connected ? Translations.serverConnected : Translations.serverDisconnected
+        }
     }
     Text {
         objectName: "signedInLogin"
@@ -25,6 +37,14 @@ RowLayout {
         elide: Text.ElideRight
         Accessible.role: Accessible.StaticText
         Accessible.name: text
+
+        HoverHandler {
+            id: loginHover
+        }
+        StyledToolTip {
+            visible: loginHover.hovered && parent.truncated
+            text: apiClient.login
+        }
     }
     TextLink {
         objectName: "logoutLink"

@@ -14,7 +14,7 @@ ButtonBase {
     visible: allowed
     implicitHeight: Theme.rowHeight
     leftPadding: Theme.spacingMD
-    rightPadding: Theme.spacingSM
+    rightPadding: 2
     Accessible.role: Accessible.PageTab
     Accessible.selected: current
 
