@@ -11,7 +11,7 @@ WindowBase {
     // A moment the archive was asked to open at, {cameraId, time}, until the playback page has taken it.
     property var playbackTarget: null
 
-    readonly property var pages: ({
+    property var pages: ({
         playback: playbackPage,
         floorplans: floorPlansPage,
         admin: adminPage,
@@ -23,7 +23,7 @@ WindowBase {
         settings: settingsPage
     })
 
-    property string _loginNotice: ""
+    property bool _sessionExpired: false
     property int _focusReason: Qt.OtherFocusReason
 
     // Switches the page. Whoever came by keyboard finds the focus marked on the new page too.
@@ -62,7 +62,7 @@ WindowBase {
         target: apiClient
 
         function onSessionExpired() {
-            window._loginNotice = Translations.sessionExpired
+            window._sessionExpired = true
             window.showPage("login")
         }
 
@@ -110,9 +110,9 @@ WindowBase {
         anchors.fill: parent
         active: window.currentPage === "login"
         sourceComponent: LoginPage {
-            notice: window._loginNotice
+            notice: window._sessionExpired ? Translations.sessionExpired : ""
             onLoggedIn: {
-                window._loginNotice = ""
+                window._sessionExpired = false
                 window.showPage("live")
             }
         }

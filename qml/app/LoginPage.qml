@@ -76,6 +76,7 @@ FocusScope {
     Flickable {
         id: scroller
 
+        objectName: "scroller"
         anchors.fill: parent
         contentHeight: Math.max(height, card.height + 2 * (languages.height + 2 * Theme.spacingLG))
         boundsBehavior: Flickable.StopAtBounds
@@ -84,6 +85,7 @@ FocusScope {
         Rectangle {
             id: card
 
+            objectName: "card"
             anchors.centerIn: parent
             width: 320
             height: form.height + 2 * form.y

@@ -11,6 +11,12 @@ FocusScope {
     // A page's own controls, between the entries and the settings entry.
     default property alias extraContent: extras.data
 
+    // The one entry that the Tab key stops at.
+    readonly property Item tabStop: {
+        const shown = shownEntries()
+        return shown.find(entry => entry.current) ?? shown[0]
+    }
+
     signal pageRequested(string page)
 
     function permits(permission: string) : bool {
@@ -19,12 +25,6 @@ FocusScope {
 
     function shownEntries() : var {
         return [...Array.from(pages.children), settingsEntry].filter(entry => entry.allowed)
-    }
-
-    // The one entry that the Tab key stops at.
-    function tabStop() {
-        const shown = shownEntries()
-        return shown.find(entry => entry.current) ?? shown[0]
     }
 
     function moveFocus(event: var) {
@@ -41,7 +41,7 @@ FocusScope {
     Accessible.role: Accessible.PageTabList
     Accessible.name: Translations.navigation
 
-    Component.onCompleted: tabStop().focus = true
+    Component.onCompleted: tabStop.focus = true
 
     Rectangle {
         anchors.fill: parent
@@ -64,7 +64,7 @@ FocusScope {
                 objectName: "nav_" + page
                 width: parent ? parent.width : 0
                 activePage: root.activePage
-                activeFocusOnTab: current
+                activeFocusOnTab: root.tabStop === this
                 onClicked: root.pageRequested(page)
             }
 
@@ -133,7 +133,7 @@ FocusScope {
             page: "settings"
             text: Translations.navSettings
             activePage: root.activePage
-            activeFocusOnTab: current
+            activeFocusOnTab: root.tabStop === this
             Keys.onPressed: event => root.moveFocus(event)
             onClicked: root.pageRequested(page)
         }
@@ -163,12 +163,12 @@ FocusScope {
 
             enabled: root.visible
             sequence: "Ctrl+" + (index + 1)
-            onActivated: root.shownEntries()[index]?.click()
+            onActivated: root.shownEntries()[index]?.clicked()
         }
     }
     Shortcut {
         enabled: root.visible
         sequence: "Ctrl+,"
-        onActivated: settingsEntry.click()
+        onActivated: settingsEntry.clicked()
     }
 }

@@ -19,7 +19,7 @@ AbstractButton {
 
     function activate(event: var) {
         if (!event.isAutoRepeat)
-            click()
+            clicked()
     }
 
     HoverHandler {

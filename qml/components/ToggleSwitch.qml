@@ -10,9 +10,18 @@ Switch {
     implicitHeight: 22
     padding: 0
     hoverEnabled: true
-    Keys.onReturnPressed: click()
-    Keys.onEnterPressed: click()
     Accessible.name: text
+
+    Keys.onReturnPressed: event => activate(event)
+    Keys.onEnterPressed: event => activate(event)
+
+    function activate(event: var) {
+        if (event.isAutoRepeat)
+            return
+        toggle()
+        toggled()
+        clicked()
+    }
 
     HoverHandler {
         enabled: root.enabled

@@ -4,7 +4,7 @@
 #include <QStringList>
 #include <QVariant>
 
-// Stands in for the session half of ApiClient: it remembers what the screens asked for, and a test answers.
+// Stands in for ApiClient and has nothing that ApiClient lacks: it remembers what the screens asked for.
 class StandInApiClient : public QObject
 {
     Q_OBJECT
@@ -14,7 +14,6 @@ class StandInApiClient : public QObject
     Q_PROPERTY(QStringList permissions READ permissions NOTIFY authChanged)
     Q_PROPERTY(QString errorMessage READ errorMessage NOTIFY errorChanged)
     Q_PROPERTY(bool loading READ loading NOTIFY loadingChanged)
-    Q_PROPERTY(QVariantList calls READ calls)
 
 public:
     using QObject::QObject;
@@ -24,7 +23,6 @@ public:
     QStringList permissions() const { return m_permissions; }
     QString errorMessage() const { return m_error; }
     bool loading() const { return m_loading; }
-    QVariantList calls() const { return m_calls; }
 
     Q_INVOKABLE void checkStatus(const QString &serverUrl) { begin({"checkStatus", serverUrl}); }
     Q_INVOKABLE void doSetup(const QString &serverUrl, const QString &login, const QString &password)
@@ -37,7 +35,7 @@ public:
     }
     Q_INVOKABLE void doLogout()
     {
-        m_calls.append(QVariant(QVariantList {"doLogout"}));
+        m_calls.append(QVariant(QVariantList{"doLogout"}));
         m_authenticated = false;
         emit authChanged();
     }
@@ -47,10 +45,63 @@ public:
     }
     Q_INVOKABLE void fetchStreamUrl(const QString &cameraId, const QString &role, const QString &requestId)
     {
-        m_calls.append(QVariant(QVariantList {"fetchStreamUrl", cameraId, role, requestId}));
+        m_calls.append(QVariant(QVariantList{"fetchStreamUrl", cameraId, role, requestId}));
     }
 
-    // What a test does in the server's place.
+signals:
+    void authChanged();
+    void loginSucceeded();
+    void loginFailed(const QString &error);
+    void statusReceived(bool setupRequired);
+    void statusFailed(const QString &error);
+    void sessionExpired();
+    void errorChanged();
+    void loadingChanged();
+    void streamUrlReceived(const QString &cameraId, const QString &url, const QString &requestId);
+    void streamUrlFailed(const QString &cameraId, const QString &error, const QString &requestId);
+
+protected:
+    void begin(const QVariantList &call)
+    {
+        m_calls.append(QVariant(call));
+        setError({});
+        setLoading(true);
+    }
+    void setError(const QString &error)
+    {
+        if (m_error == error)
+            return;
+        m_error = error;
+        emit errorChanged();
+    }
+    void setLoading(bool loading)
+    {
+        if (m_loading == loading)
+            return;
+        m_loading = loading;
+        emit loadingChanged();
+    }
+
+    bool m_authenticated = false;
+    bool m_loading = false;
+    int m_requests = 0;
+    QString m_login;
+    QString m_error;
+    QStringList m_permissions;
+    QVariantList m_calls;
+};
+
+// What a test sees of the screens' calls and does in the server's place.
+class ScriptedApiClient : public StandInApiClient
+{
+    Q_OBJECT
+    Q_PROPERTY(QVariantList calls READ calls)
+
+public:
+    using StandInApiClient::StandInApiClient;
+
+    QVariantList calls() const { return m_calls; }
+
     Q_INVOKABLE void answerStatus(bool setupRequired)
     {
         setLoading(false);
@@ -98,48 +149,6 @@ public:
         setError({});
         emit authChanged();
     }
-
-signals:
-    void authChanged();
-    void loginSucceeded();
-    void loginFailed(const QString &error);
-    void statusReceived(bool setupRequired);
-    void statusFailed(const QString &error);
-    void sessionExpired();
-    void errorChanged();
-    void loadingChanged();
-    void streamUrlReceived(const QString &cameraId, const QString &url, const QString &requestId);
-    void streamUrlFailed(const QString &cameraId, const QString &error, const QString &requestId);
-
-private:
-    void begin(const QVariantList &call)
-    {
-        m_calls.append(QVariant(call));
-        setError({});
-        setLoading(true);
-    }
-    void setError(const QString &error)
-    {
-        if (m_error == error)
-            return;
-        m_error = error;
-        emit errorChanged();
-    }
-    void setLoading(bool loading)
-    {
-        if (m_loading == loading)
-            return;
-        m_loading = loading;
-        emit loadingChanged();
-    }
-
-    bool m_authenticated = false;
-    bool m_loading = false;
-    int m_requests = 0;
-    QString m_login;
-    QString m_error;
-    QStringList m_permissions;
-    QVariantList m_calls;
 };
 
 class StandInWsClient : public QObject

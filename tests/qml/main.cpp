@@ -1,7 +1,12 @@
 #include "StandIns.h"
 
+#include "net/ApiClient.h"
+
 #include <QCoreApplication>
 #include <QLocale>
+#include <QMetaMethod>
+#include <QMetaProperty>
+#include <QQmlComponent>
 #include <QQmlContext>
 #include <QQmlEngine>
 #include <QQuickItem>
@@ -10,8 +15,10 @@
 #include <QTemporaryDir>
 #include <QtQuickTest/quicktest.h>
 
-// Starts engines of its own on a clean slate, so that a test sees what the next start of the program would.
-class Restart : public QObject
+#include <memory>
+
+// Looks where QML cannot: at meta-objects, at the stored settings and at a fresh start of the program.
+class Inspector : public QObject
 {
     Q_OBJECT
 
@@ -21,15 +28,51 @@ public:
     // The language that a program started under an operating system's locale comes up with.
     Q_INVOKABLE QString languageUnder(const QString &localeName)
     {
+        const QLocale before;
         QLocale::setDefault(QLocale(localeName));
         QQmlEngine engine;
         engine.addImportPath(QStringLiteral(":/"));
         QQmlComponent component(&engine);
-        component.setData("import QtQml; import ZorvelClient; QtObject { property string l: Translations.language }", {});
-        std::unique_ptr<QObject> object(component.create());
-        QLocale::setDefault(QLocale::c());
-        return object ? object->property("l").toString() : component.errorString();
+        component.setData("import QtQml\nimport ZorvelClient\n"
+                          "QtObject { property string language: Translations.language }",
+            {});
+        const std::unique_ptr<QObject> object(component.create());
+        QLocale::setDefault(before);
+        return object ? object->property("language").toString() : component.errorString();
     }
+
+    // The names of the read-only texts of an item, in the order of their declaration.
+    Q_INVOKABLE QStringList textsOf(QQuickItem *item)
+    {
+        QStringList names;
+        const QMetaObject *meta = item->metaObject();
+        for (int i = QQuickItem::staticMetaObject.propertyCount(); i < meta->propertyCount(); ++i) {
+            const QMetaProperty property = meta->property(i);
+            if (property.metaType() == QMetaType::fromType<QString>() && !property.isWritable())
+                names.append(QString::fromLatin1(property.name()));
+        }
+        return names;
+    }
+
+    // What the stand-in offers and the real client does not.
+    Q_INVOKABLE QStringList missingInApiClient()
+    {
+        const QMetaObject &real = ApiClient::staticMetaObject;
+        const QMetaObject &standIn = StandInApiClient::staticMetaObject;
+        QStringList missing;
+        for (int i = standIn.propertyOffset(); i < standIn.propertyCount(); ++i) {
+            const char *name = standIn.property(i).name();
+            if (real.indexOfProperty(name) < 0)
+                missing.append(QString::fromLatin1(name));
+        }
+        for (int i = standIn.methodOffset(); i < standIn.methodCount(); ++i) {
+            const QByteArray signature = standIn.method(i).methodSignature();
+            if (real.indexOfMethod(signature.constData()) < 0)
+                missing.append(QString::fromLatin1(signature));
+        }
+        return missing;
+    }
+
     Q_INVOKABLE QVariant stored(const QString &key) { return QSettings().value(key); }
     Q_INVOKABLE void store(const QString &key, const QVariant &value) { QSettings().setValue(key, value); }
     Q_INVOKABLE void forget(const QString &group) { QSettings().remove(group); }
@@ -53,9 +96,9 @@ public slots:
     {
         engine->addImportPath(QStringLiteral(":/"));
         QQmlContext *context = engine->rootContext();
-        context->setContextProperty(QStringLiteral("apiClient"), new StandInApiClient(engine));
+        context->setContextProperty(QStringLiteral("apiClient"), new ScriptedApiClient(engine));
         context->setContextProperty(QStringLiteral("wsClient"), new StandInWsClient(engine));
-        context->setContextProperty(QStringLiteral("restart"), new Restart(engine));
+        context->setContextProperty(QStringLiteral("inspector"), new Inspector(engine));
     }
 
 private:
