@@ -1,7 +1,6 @@
-#include "archive/ScriptedServer.h"
-
 #include "archive/ExportModel.h"
 #include "net/ApiClient.h"
+#include "support/ScriptedServer.h"
 
 #include <QDir>
 #include <QFile>
@@ -30,7 +29,7 @@ QByteArray content(int window)
 
 Answer partial(Answer answer)
 {
-    answer.headers.emplaceBack("X-Export-Partial", "true");
+    answer.headers.append("X-Export-Partial: true");
     return answer;
 }
 
@@ -120,6 +119,7 @@ void ExportModelTest::init()
     m_failed = std::make_unique<QSignalSpy>(m_model.get(), &ExportModel::downloadFailed);
     m_cancelled = std::make_unique<QSignalSpy>(m_model.get(), &ExportModel::downloadCancelled);
     m_delays.clear();
+    m_server->on("POST /client-api/auth/login", R"({"access_token":"secret-token"})");
     QSignalSpy signedIn(m_client.get(), &ApiClient::loginSucceeded);
     m_client->doLogin(m_server->url(), "op", "pw");
     QVERIFY(signedIn.wait());
@@ -127,7 +127,7 @@ void ExportModelTest::init()
 
 void ExportModelTest::cleanup()
 {
-    QVERIFY2(s_log.filter(m_server->token).isEmpty(), "the token was logged");
+    QVERIFY2(s_log.filter(QByteArray("secret-token")).isEmpty(), "the token was logged");
     m_model.reset();
     m_client.reset();
     m_server.reset();
@@ -137,7 +137,8 @@ void ExportModelTest::cleanup()
 void ExportModelTest::begin(qint64 lengthMs, const Answers &answers)
 {
     auto left = std::make_shared<Answers>(answers);
-    m_server->handler = [left](const auto &) { return left->isEmpty() ? Answer{404} : left->takeFirst(); };
+    m_server->otherwise(
+        [left](const auto &) { return left->isEmpty() ? Answer{.status = 404} : left->takeFirst(); });
     m_model->exportDirect("cam 1", start, start.addMSecs(lengthMs), QUrl::fromLocalFile(m_path));
 }
 
@@ -189,7 +190,7 @@ void ExportModelTest::cutsWindows()
         QCOMPARE(sent("to"), ends[i]);
         QCOMPARE(sent("origin"), 0);
         QCOMPARE(requests[i].item("camera_id"), "cam 1");
-        QCOMPARE(requests[i].headers["authorization"], "Bearer " + m_server->token);
+        QCOMPARE(requests[i].headers["authorization"], "Bearer " + QByteArray("secret-token"));
         from = ends[i];
     }
 }
@@ -280,7 +281,7 @@ void ExportModelTest::givesUpAfterFiveFailures()
     QVERIFY(before.open(QIODevice::WriteOnly) && before.write("older export") > 0);
     before.close();
 
-    const Answer refused = ScriptedServer::json(R"({"error":"archive is offline"})", 500);
+    const Answer refused = Answer{500, R"({"error":"archive is offline"})"};
     begin(windowMs, {broken(0), refused, refused, broken(0), refused, {200, content(0)}});
     pump();
     QCOMPARE(m_failed->count(), 1);
@@ -309,9 +310,9 @@ void ExportModelTest::silentServerCountsAsFailed()
 {
     Answer hanging{200, content(0)};
     hanging.hangAfter = 100'000;
-    Answer mute;
-    mute.mute = true;
-    begin(windowMs, {hanging, mute, {200, content(0)}});
+    Answer silent;
+    silent.held = true;
+    begin(windowMs, {hanging, silent, {200, content(0)}});
     for (int failures = 1; failures <= 2; ++failures) {
         QTRY_COMPARE(m_server->asked("export/stream").size(), failures);
         if (failures == 1)
@@ -332,9 +333,9 @@ void ExportModelTest::cancels_data()
     QTest::addColumn<QString>("when");
     Answer hanging{200, content(0)};
     hanging.hangAfter = 100'000;
-    Answer mute;
-    mute.mute = true;
-    QTest::newRow("before the answer") << Answers{mute} << "asked";
+    Answer silent;
+    silent.held = true;
+    QTest::newRow("before the answer") << Answers{silent} << "asked";
     QTest::newRow("inside a window") << Answers{hanging} << "data";
     QTest::newRow("inside a later window") << Answers{{200, content(0)}, hanging} << "data";
     QTest::newRow("while waiting to retry") << Answers{{500}} << "retry";

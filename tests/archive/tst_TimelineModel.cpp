@@ -1,9 +1,9 @@
-#include "archive/ScriptedServer.h"
-
 #include "archive/TimelineModel.h"
 #include "net/ApiClient.h"
+#include "support/ScriptedServer.h"
 
 #include <QJsonArray>
+#include <QJsonDocument>
 #include <QJsonObject>
 #include <QSignalSpy>
 #include <QTest>
@@ -76,14 +76,12 @@ void TimelineModelTest::init()
     m_range = R"({"earliest":")" + iso(-24 * hourMs) + R"(","latest":")" + iso(0) + R"("})";
     m_spans = "[]";
     m_batch = R"({"per_camera":{},"merged":[]})";
-    m_server->handler = [this](const ScriptedServer::Request &request) {
-        if (request.path.endsWith("recording-range"))
-            return ScriptedServer::json(m_range);
-        if (request.path.endsWith("batch-timeline"))
-            return ScriptedServer::json(m_batch);
-        return request.path.endsWith("timeline") ? ScriptedServer::json(m_spans)
-                                                 : ScriptedServer::Answer{404};
-    };
+    m_server->otherwise([this](const ScriptedServer::Request &request) -> ScriptedServer::Answer {
+        if (request.path().endsWith("recording-range"))
+            return {.body = m_range};
+        return {.body = request.path().endsWith("batch-timeline") ? m_batch : m_spans};
+    });
+    m_server->on("POST /client-api/auth/login", R"({"access_token":"secret-token"})");
     QSignalSpy signedIn(m_client.get(), &ApiClient::loginSucceeded);
     m_client->doLogin(m_server->url(), "op", "pw");
     QVERIFY(signedIn.wait());
@@ -187,8 +185,8 @@ void TimelineModelTest::visibleRangeIsAskedForOnceAndWidely()
     m_model->loadRange(at(-30 * hourMs), at(-29 * hourMs));
     m_model->loadRange(at(-20 * hourMs), at(-18 * hourMs));
     QTRY_COMPARE(m_server->asked("timeline").size(), before + 1);
-    QCOMPARE(sentMs(m_server->requests.last().item("from")), at(-22 * hourMs));
-    QCOMPARE(sentMs(m_server->requests.last().item("to")), at(-16 * hourMs));
+    QCOMPARE(sentMs(m_server->requests().last().item("from")), at(-22 * hourMs));
+    QCOMPARE(sentMs(m_server->requests().last().item("to")), at(-16 * hourMs));
     QTRY_VERIFY(!m_model->loading());
 
     m_model->loadRange(at(-22 * hourMs), at(-16 * hourMs));
@@ -244,7 +242,7 @@ void TimelineModelTest::failureKeepsTheSpans()
     m_spans = R"([{"start":")" + iso(-2000) + R"(","end":")" + iso(-1000) + R"("}])";
     m_model->loadTimeline("cam");
     QTRY_COMPARE(m_model->spans().size(), 1);
-    m_server->handler = [](const auto &) { return ScriptedServer::Answer{500, "no"}; };
+    m_server->otherwise([](const auto &) { return ScriptedServer::Answer{.status = 500}; });
     QSignalSpy loading(m_model.get(), &TimelineModel::loadingChanged);
     m_model->loadRange(at(-90 * hourMs), at(-80 * hourMs));
     QTRY_COMPARE(loading.count(), 2);
@@ -262,7 +260,7 @@ void TimelineModelTest::batchDerivesItsRange()
     QVERIFY(!m_model->hasData());
     QCOMPARE(m_model->earliest(), 0);
     QVERIFY(m_server->asked("recording-range").isEmpty());
-    const QJsonObject body = QJsonDocument::fromJson(m_server->requests.last().body).object();
+    const QJsonObject body = QJsonDocument::fromJson(m_server->requests().last().body).object();
     QCOMPARE(body["camera_ids"].toArray(), (QJsonArray{"a", "b"}));
     QVERIFY(std::abs(sentMs(body["to"].toString()) - now) < 5000);
     QCOMPARE(sentMs(body["to"].toString()) - sentMs(body["from"].toString()), 6 * hourMs);

@@ -46,6 +46,21 @@ QList<ScriptedServer::Request> ScriptedServer::requestsTo(const QByteArray &rout
     return matching;
 }
 
+QList<ScriptedServer::Request> ScriptedServer::asked(const QByteArray &pathEnd) const
+{
+    QList<Request> matching;
+    std::copy_if(m_requests.begin(), m_requests.end(), std::back_inserter(matching),
+        [&](const Request &request) { return request.path().endsWith(pathEnd); });
+    return matching;
+}
+
+QString ScriptedServer::Request::item(const QString &key) const
+{
+    const qsizetype mark = target.indexOf('?');
+    return QUrlQuery(QString::fromLatin1(mark < 0 ? QByteArray() : target.mid(mark + 1)))
+        .queryItemValue(key, QUrl::FullyDecoded);
+}
+
 void ScriptedServer::read(QTcpSocket *socket)
 {
     m_input[socket] += socket->readAll();
@@ -76,7 +91,9 @@ bool ScriptedServer::takeRequest(QTcpSocket *socket)
     input.remove(0, headEnd + 4 + length);
     m_requests.append(request);
 
-    const Answer answer = m_answers.value(request.method + ' ' + request.path(), {.status = 404});
+    const QByteArray route = request.method + ' ' + request.path();
+    const bool isOther = m_otherwise && !m_answers.contains(route);
+    const Answer answer = isOther ? m_otherwise(request) : m_answers.value(route, {.status = 404});
     if (answer.held) {
         m_held.append({socket, answer});
     } else {
@@ -88,10 +105,57 @@ bool ScriptedServer::takeRequest(QTcpSocket *socket)
 
 void ScriptedServer::send(QTcpSocket *socket, const Answer &answer)
 {
+    const qint64 length = answer.streamBytes > 0 ? answer.streamBytes : answer.body.size();
     QByteArray head = "HTTP/1.1 " + QByteArray::number(answer.status) + " Scripted\r\n";
     for (const QByteArray &header : answer.headers) {
         head += header + "\r\n";
     }
-    head += "Content-Length: " + QByteArray::number(answer.body.size()) + "\r\n\r\n";
-    socket->write(head + answer.body);
+    if (answer.status != 204) {
+        head += "Content-Length: " + QByteArray::number(length) + "\r\n";
+    }
+    socket->write(head + "\r\n");
+    if (answer.streamBytes > 0) {
+        stream(socket, answer.streamBytes);
+    } else if (answer.breakAfter >= 0) {
+        socket->write(answer.body.left(answer.breakAfter));
+        socket->disconnectFromHost();
+    } else {
+        socket->write(answer.hangAfter >= 0 ? answer.body.left(answer.hangAfter) : answer.body);
+    }
+}
+
+void ScriptedServer::stream(QTcpSocket *socket, qint64 bytes)
+{
+    const auto left = std::make_shared<qint64>(bytes);
+    const auto more = [socket, left] {
+        while (*left > 0 && socket->bytesToWrite() < 256 * 1024) {
+            *left -= socket->write(QByteArray(std::min<qint64>(*left, 64 * 1024), '\0'));
+        }
+    };
+    connect(socket, &QTcpSocket::bytesWritten, socket, more);
+    more();
+}
+
+void ScriptedServer::die()
+{
+    m_server.close();
+    for (QTcpSocket *socket : m_server.findChildren<QTcpSocket *>()) {
+        socket->abort();
+    }
+}
+
+ScriptedServer::Answer ScriptedServer::file(const Request &request, const QByteArray &content)
+{
+    const QByteArray range = request.headers.value("range");
+    if (!range.startsWith("bytes=")) {
+        return {.body = content, .headers = {"Accept-Ranges: bytes"}};
+    }
+    const QList<QByteArray> bounds = range.mid(6).split('-');
+    const qint64 first = bounds.value(0).toLongLong();
+    const qint64 last = bounds.value(1).isEmpty() ? content.size() - 1 : bounds.value(1).toLongLong();
+    const QByteArray where = QByteArray::number(first) + '-' + QByteArray::number(last) + '/'
+        + QByteArray::number(content.size());
+    return {.status = 206,
+        .body = content.mid(first, last - first + 1),
+        .headers = {"Accept-Ranges: bytes", "Content-Range: bytes " + where}};
 }

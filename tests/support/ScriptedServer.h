@@ -8,10 +8,13 @@
 #include <QPointer>
 #include <QTcpServer>
 #include <QTcpSocket>
+#include <QUrlQuery>
+
+#include <functional>
 
 /**
- * An HTTP server on a free loopback port that answers as a test tells it and remembers what it was asked.
- * A request without an answer gets 404.
+ * An HTTP server on a free loopback port that answers as a test tells it, down to the byte at which a
+ * connection breaks, and remembers what it was asked. A request without an answer gets 404.
  */
 class ScriptedServer : public QObject
 {
@@ -28,6 +31,8 @@ public:
         QByteArray body = {};
 
         QByteArray path() const { return target.split('?').first(); }
+        /// One value of the query, decoded.
+        QString item(const QString &key) const;
     };
 
     struct Answer
@@ -38,6 +43,11 @@ public:
         QList<QByteArray> headers = {};
         /// Wait for release().
         bool held = false;
+        /// Break the connection after so many bytes of the body, or send nothing more; -1 sends all of it.
+        qint64 breakAfter = -1;
+        qint64 hangAfter = -1;
+        /// Instead of the body: so many zero bytes, made as the client takes them.
+        qint64 streamBytes = 0;
     };
 
     ScriptedServer();
@@ -48,11 +58,20 @@ public:
     /// How requests to "<METHOD> <path>" are answered from now on.
     void on(const QByteArray &route, const Answer &answer);
     void on(const QByteArray &route, const QByteArray &body) { on(route, {.body = body}); }
+    /// How requests without such a route are answered from now on.
+    void otherwise(const std::function<Answer(const Request &)> &answer) { m_otherwise = answer; }
     /// Sends the held answers, oldest first.
     void release();
+    /// Stops listening and breaks every connection.
+    void die();
+
+    /// An answer with the part of the content that the request's byte range asks for.
+    static Answer file(const Request &request, const QByteArray &content);
 
     const QList<Request> &requests() const { return m_requests; }
     QList<Request> requestsTo(const QByteArray &route) const;
+    /// Those whose path ends like this.
+    QList<Request> asked(const QByteArray &pathEnd) const;
 
 signals:
     void received();
@@ -61,6 +80,7 @@ private:
     void read(QTcpSocket *socket);
     bool takeRequest(QTcpSocket *socket);
     static void send(QTcpSocket *socket, const Answer &answer);
+    static void stream(QTcpSocket *socket, qint64 bytes);
 
     struct HeldAnswer
     {
@@ -68,9 +88,11 @@ private:
         Answer answer;
     };
 
-    QTcpServer m_server;
     QHash<QTcpSocket *, QByteArray> m_input;
     QHash<QByteArray, Answer> m_answers;
+    std::function<Answer(const Request &)> m_otherwise;
     QList<HeldAnswer> m_held;
     QList<Request> m_requests;
+    // Closes its connections while the rest is still there.
+    QTcpServer m_server;
 };
