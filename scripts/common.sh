@@ -15,7 +15,7 @@ build_packages=(
 )
 # What the tests and benchmarks need on top.
 test_packages=(
-    clang-format clang-tidy qml6-module-qttest ffmpeg mpv xdotool openbox python3 curl
+    clang-format clang-tidy qml6-module-qttest ffmpeg mpv xdotool openbox python3 curl locales
 )
 
 # install_packages NAME...: installs the Debian packages that are missing, and does nothing when none is.

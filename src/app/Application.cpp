@@ -19,7 +19,9 @@ Application::Application()
     // Qt's application object takes the operating system's number format over.
     std::setlocale(LC_NUMERIC, "C");
     registerQmlTypes();
+    m_statusPollTimer.setObjectName(QStringLiteral("statusPollTimer"));
     m_statusPollTimer.setInterval(statusPollIntervalMs);
+    m_cameraRefetchTimer.setObjectName(QStringLiteral("cameraRefetchTimer"));
     m_cameraRefetchTimer.setInterval(cameraRefetchDelayMs);
     m_cameraRefetchTimer.setSingleShot(true);
     wire();

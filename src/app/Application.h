@@ -39,7 +39,7 @@ private:
     ApiClient m_apiClient;
     WSClient m_wsClient;
     CameraListModel m_cameraModel;
-    QTimer m_statusPollTimer;
-    QTimer m_cameraRefetchTimer;
+    QTimer m_statusPollTimer{this};
+    QTimer m_cameraRefetchTimer{this};
     QQmlApplicationEngine m_engine;
 };
