@@ -1,5 +1,4 @@
 import QtQuick
-import QtQuick.Controls
 import ZorvelClient
 
 // The main window: sign-in, then the live view, which stays, and one other page at a time.
@@ -37,17 +36,17 @@ WindowBase {
             return
         playbackTarget = { cameraId: cameraId, time: timeMs }
         if (currentPage === "playback")
-            openPlaybackTarget()
+            openPlaybackTarget(pageLoader.item)
         else
             showPage("playback")
     }
 
-    function openPlaybackTarget() {
+    function openPlaybackTarget(page: var) {
         const target = playbackTarget
         if (currentPage !== "playback" || target === null)
             return
         playbackTarget = null
-        pageLoader.item.openAt?.(target.cameraId, target.time)
+        page.openAt?.(target.cameraId, target.time)
     }
 
     function injectTestIncident() {
@@ -93,8 +92,8 @@ WindowBase {
         anchors.fill: parent
         sourceComponent: window.pages[window.currentPage] ?? null
         onLoaded: {
-            item.forceActiveFocus(window._focusReason)
-            window.openPlaybackTarget()
+            (item as Item).forceActiveFocus(window._focusReason)
+            window.openPlaybackTarget(item)
         }
     }
     Connections {
@@ -116,7 +115,7 @@ WindowBase {
                 window.showPage("live")
             }
         }
-        onLoaded: item.forceActiveFocus()
+        onLoaded: (item as Item).forceActiveFocus()
     }
 
     Component {

@@ -28,6 +28,8 @@ RowLayout {
         }
     }
     Text {
+        id: loginText
+
         objectName: "signedInLogin"
         Layout.fillWidth: true
         text: apiClient.login
@@ -42,7 +44,7 @@ RowLayout {
             id: loginHover
         }
         StyledToolTip {
-            visible: loginHover.hovered && parent.truncated
+            visible: loginHover.hovered && loginText.truncated
             text: apiClient.login
         }
     }

@@ -12,14 +12,12 @@ ButtonBase {
     property color disabledColor: Qt.rgba(baseColor.r, baseColor.g, baseColor.b, 0.5)
     property real hPad: 12
 
-    implicitWidth: label.implicitWidth + 2 * hPad
+    implicitWidth: implicitContentWidth + 2 * hPad
     implicitHeight: Theme.controlHeight
     leftPadding: hPad
     rightPadding: hPad
 
     contentItem: Text {
-        id: label
-
         text: root.text
         color: root.textColor
         opacity: root.enabled ? 1 : 0.6

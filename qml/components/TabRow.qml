@@ -31,7 +31,7 @@ Row {
             readonly property bool current: modelData.key === root.current
 
             objectName: "tab_" + modelData.key
-            width: label.implicitWidth + 28
+            width: implicitContentWidth + 28
             height: Theme.controlHeight
             text: modelData.label
             Accessible.role: Accessible.PageTab
@@ -41,8 +41,6 @@ Row {
             onClicked: root.selected(modelData.key)
 
             contentItem: Text {
-                id: label
-
                 text: pill.text
                 color: pill.current ? Theme.textOnAccent : Theme.textSecondary
                 font.pixelSize: Theme.fontSM

@@ -7,13 +7,11 @@ ButtonBase {
 
     property color textColor: Theme.accent
 
-    implicitWidth: label.implicitWidth
-    implicitHeight: label.implicitHeight
+    implicitWidth: implicitContentWidth
+    implicitHeight: implicitContentHeight
     Accessible.role: Accessible.Link
 
     contentItem: Text {
-        id: label
-
         text: root.text
         color: root.hovered ? Theme.textPrimary : root.textColor
         font.pixelSize: Theme.fontSM

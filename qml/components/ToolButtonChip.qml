@@ -9,14 +9,12 @@ ButtonBase {
     property bool accent: false
     property bool danger: false
 
-    implicitWidth: caption.implicitWidth + 20
+    implicitWidth: implicitContentWidth + 20
     implicitHeight: Theme.rowHeight
     opacity: enabled ? 1 : 0.4
     text: label
 
     contentItem: Text {
-        id: caption
-
         text: root.label
         color: root.accent ? Theme.textOnAccent : Theme.textPrimary
         font.pixelSize: Theme.fontSM
