@@ -10,13 +10,7 @@ echo "clang-format"
 git ls-files --cached --others --exclude-standard '*.cpp' '*.h' | xargs -r clang-format --dry-run -Werror
 
 echo "qmllint"
-qmllint=$(command -v qmllint6 || echo /usr/lib/qt6/bin/qmllint)
-report=$(git ls-files --cached --others --exclude-standard 'qml/*.qml' \
-    | xargs -r "$qmllint" -I "$build_dir" 2>&1) || { echo "$report"; exit 1; }
-if grep -qE '^(Warning|Error):' <<<"$report"; then
-    echo "$report"
-    exit 1
-fi
+scripts/check-qml.py "$build_dir"
 
 echo "clang-tidy"
 stamps=$build_dir/tidy
