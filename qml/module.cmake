@@ -63,11 +63,19 @@ set_source_files_properties(
     qml/components/Pulse.qml qml/theme/AppSettings.qml qml/theme/Theme.qml qml/theme/Translations.qml
     PROPERTIES QT_QML_SINGLETON_TYPE TRUE)
 
+# Compiling the documents ahead of time helps start-up only, and takes longer than the whole rest of a
+# build: only a release does it.
+set(zorvel_qml_cache)
+if(NOT CMAKE_BUILD_TYPE STREQUAL "Release")
+    set(zorvel_qml_cache NO_CACHEGEN)
+endif()
+
 qt_add_qml_module(zorvel_ui STATIC
     URI ZorvelClient
     VERSION 1.0
     RESOURCE_PREFIX /
     NO_PLUGIN
+    ${zorvel_qml_cache}
     OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/ZorvelClient
     QML_FILES
         ${zorvel_qml_root} ${zorvel_qml_app} ${zorvel_qml_theme} ${zorvel_qml_components}
