@@ -1,11 +1,14 @@
 #pragma once
 
 #include <QElapsedTimer>
+#include <QPointer>
 #include <QQuickFramebufferObject>
 
 #include <memory>
 
+struct mpv_event;
 class MpvHandle;
+class RedrawGatherer;
 
 // The video surface: plays one URL with libmpv and draws its frames into the scene. Live cells own two of
 // them per camera, an archive cell one.
@@ -99,19 +102,69 @@ signals:
     // A new frame waits to be drawn.
     void onUpdate();
 
+protected:
+    QSGNode *updatePaintNode(QSGNode *node, UpdatePaintNodeData *data) override;
+    void itemChange(ItemChange change, const ItemChangeData &value) override;
+
 private:
+    friend class MpvHandle;
+    friend class MpvRenderer;
+    friend class RedrawGatherer;
+
+    // For the gatherer.
+    const std::shared_ptr<MpvHandle> &player() const { return m_mpv; }
+    qint64 lastFrameTakenMs() const;
+    // Whether a frame must be drawn even while the item is not visible: the first one of a load.
+    bool needsDrawing() const;
+
+    // Posted by the player's callbacks, by its making and by the renderer.
+    void playerReady();
+    void playerFailed();
+    void renderContextReady();
+    void drainEvents();
+
+    void handleEvent(const mpv_event &event);
+    void handleProperty(const mpv_event &event);
+    void handleReading(const mpv_event &event);
+    void handleLoadReply(const mpv_event &event);
+    void handleFileLoaded();
+    void handlePlaybackRestart();
+    void handleEndFile(const mpv_event &event);
+    static void logMessage(const mpv_event &event);
+    // Whether a playlist entry is the one that was loaded last.
+    bool isCurrent(qint64 entry) const { return entry >= 0 && entry == m_entry; }
+
+    void setSourceAt(const QString &source, double seekSec);
+    void applyProfile(bool isNetwork);
+    void load();
+    void seekPlayer(double seconds);
+    void beginLoad(const QString &state);
+    void changeWindow();
+    void showFirstFrame();
+    void countUpdate();
+
     std::shared_ptr<MpvHandle> m_mpv;
+    QPointer<RedrawGatherer> m_gatherer;
+    bool m_failed = false;
     QString m_source;
     QString m_state;
     double m_position = 0;
     double m_duration = 0;
     double m_pendingSeek = -1.0;
     bool m_paused = false;
+    double m_speed = 1.0;
     bool m_isNetwork = false;
     QString m_httpHeaderFields;
     bool m_hasVideo = false;
     bool m_stretch = false;
     QString m_hwdec;
+    // Counts play() and stop(). The playlist entry that the "loadfile" of the latest play() made, -1 until
+    // libmpv has told it; and the entry that libmpv opened last. Events of any other entry belong to a file
+    // that was replaced.
+    quint64 m_loadSerial = 0;
+    qint64 m_entry = -1;
+    qint64 m_openedEntry = -1;
+    QSize m_frameSize;
     int m_updateCount = 0;
     QElapsedTimer m_updateTimer;
 };

@@ -1,0 +1,228 @@
+#include "live/MpvHandle.h"
+
+#include "live/MpvObject.h"
+#include "live/MpvWorkers.h"
+
+#include <mpv/client.h>
+
+#include <QByteArray>
+
+#include <chrono>
+#include <cstdio>
+#include <vector>
+
+namespace {
+
+struct Option
+{
+    const char *name;
+    const char *value;
+};
+
+constexpr Option baseOptions[] = {
+    {"vo", "libmpv"},
+    {"hwdec", "auto-safe"},
+    {"hwdec-software-fallback", "yes"},
+    {"profile", "low-latency"},
+    {"cache", "no"},
+    {"untimed", "yes"},
+    {"demuxer-lavf-o", "rtsp_transport=tcp"},
+    {"demuxer-max-bytes", "500KiB"},
+    {"demuxer-readahead-secs", "0.5"},
+    {"ao", "null"},
+    {"osd-level", "0"},
+    {"msg-level", "all=warn"},
+    {"ytdl", "no"},
+};
+
+// The built-in scripts draw overlays and a console that nobody sees here. Without them a player is made in
+// 3.5 ms of CPU time instead of 18, with one thread instead of three and 4 MB less.
+constexpr Option leanOptions[] = {
+    {"load-stats-overlay", "no"},
+    {"load-osd-console", "no"},
+    {"load-auto-profiles", "no"},
+};
+
+} // namespace
+
+qint64 monotonicMs()
+{
+    using namespace std::chrono;
+    return duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count();
+}
+
+MpvHandle::MpvHandle(MpvObject *item)
+    : owner(item)
+{
+}
+
+MpvHandle::~MpvHandle()
+{
+    if (mpv_handle *player = handle) {
+        mpv_set_wakeup_callback(player, nullptr, nullptr);
+        MpvWorkers::tearDown(player);
+    }
+}
+
+void MpvHandle::requestPlayer(bool stretch)
+{
+    if (std::exchange(m_requested, true))
+        return;
+    MpvWorkers::make([self = shared_from_this(), stretch] {
+        if (!self->retired)
+            self->makePlayer(stretch);
+    });
+}
+
+void MpvHandle::makePlayer(bool stretch)
+{
+    mpv_handle *player = mpv_create();
+    if (!player) {
+        post(&MpvObject::playerFailed);
+        return;
+    }
+    for (const Option &option : baseOptions)
+        mpv_set_option_string(player, option.name, option.value);
+    mpv_set_option_string(player, "keepaspect", stretch ? "no" : "yes");
+    for (const Option &option : leanOptions)
+        mpv_set_option_string(player, option.name, option.value);
+
+    mpv_request_log_messages(player, "warn");
+    mpv_set_wakeup_callback(player, wakeup, this);
+    if (mpv_initialize(player) < 0) {
+        std::fputs("[MpvObject] FATAL: mpv_initialize failed\n", stderr);
+        mpv_set_wakeup_callback(player, nullptr, nullptr);
+        mpv_terminate_destroy(player);
+        post(&MpvObject::playerFailed);
+        return;
+    }
+    mpv_observe_property(player, Duration, "duration", MPV_FORMAT_DOUBLE);
+    mpv_observe_property(player, HwdecCurrent, "hwdec-current", MPV_FORMAT_STRING);
+    handle = player;
+    post(&MpvObject::playerReady);
+}
+
+void MpvHandle::command(std::initializer_list<const char *> arguments, quint64 replyId) const
+{
+    if (!handle)
+        return;
+    std::vector<const char *> list(arguments);
+    list.push_back(nullptr);
+    mpv_command_async(handle, replyId, list.data());
+}
+
+void MpvHandle::setProperty(const char *name, const char *value) const
+{
+    if (handle)
+        mpv_set_property_async(handle, 0, name, MPV_FORMAT_STRING, &value);
+}
+
+void MpvHandle::setProperty(const char *name, double value) const
+{
+    if (handle)
+        mpv_set_property_async(handle, 0, name, MPV_FORMAT_DOUBLE, &value);
+}
+
+void MpvHandle::setFlag(const char *name, bool value) const
+{
+    int flag = value ? 1 : 0;
+    if (handle)
+        mpv_set_property_async(handle, 0, name, MPV_FORMAT_FLAG, &flag);
+}
+
+void MpvHandle::setStringList(const char *name, const QByteArray &entry) const
+{
+    QByteArray text = entry;
+    mpv_node line = {};
+    line.format = MPV_FORMAT_STRING;
+    line.u.string = text.data();
+    mpv_node_list lines = {1, &line, nullptr};
+    mpv_node list = {};
+    list.format = MPV_FORMAT_NODE_ARRAY;
+    list.u.list = &lines;
+    if (handle)
+        mpv_set_property_async(handle, 0, name, MPV_FORMAT_NODE, &list);
+}
+
+void MpvHandle::observe(const char *name, int format, Reply replyId) const
+{
+    if (handle)
+        mpv_observe_property(handle, replyId, name, mpv_format(format));
+}
+
+void MpvHandle::unobserve(Reply replyId) const
+{
+    if (handle)
+        mpv_unobserve_property(handle, replyId);
+}
+
+void MpvHandle::read(const char *name, int format, Reply replyId) const
+{
+    if (handle)
+        mpv_get_property_async(handle, replyId, name, mpv_format(format));
+}
+
+void MpvHandle::post(void (MpvObject::*slot)())
+{
+    const std::lock_guard lock(mutex);
+    if (owner)
+        QMetaObject::invokeMethod(owner, slot, Qt::QueuedConnection);
+}
+
+void MpvHandle::retire()
+{
+    {
+        const std::lock_guard lock(mutex);
+        owner = nullptr;
+    }
+    retired = true;
+    command({"stop"});
+}
+
+void MpvHandle::pollVideoOutput()
+{
+    if (std::exchange(m_polling, true))
+        return;
+    read("current-vo", MPV_FORMAT_STRING, VideoOutput);
+}
+
+bool MpvHandle::noteVideoOutput(const mpv_event *event)
+{
+    if (event->event_id != MPV_EVENT_GET_PROPERTY_REPLY || event->reply_userdata != VideoOutput)
+        return false;
+    m_polling = false;
+    videoReleased = event->error < 0;
+    return true;
+}
+
+void MpvHandle::drainRetired()
+{
+    while (const mpv_event *event = mpv_wait_event(handle, 0)) {
+        if (event->event_id == MPV_EVENT_NONE)
+            break;
+        noteVideoOutput(event);
+    }
+}
+
+void MpvHandle::wakeup(void *self)
+{
+    auto *mpv = static_cast<MpvHandle *>(self);
+    if (!mpv->drainPosted.exchange(true))
+        mpv->post(&MpvObject::drainEvents);
+}
+
+void MpvHandle::frameArrived(void *self)
+{
+    auto *mpv = static_cast<MpvHandle *>(self);
+    mpv->lastFrameMs = monotonicMs();
+    ++mpv->framesDelivered;
+    mpv->frameWaiting = true;
+    if (!mpv->updatePosted.exchange(true))
+        mpv->post(&MpvObject::doUpdate);
+}
+
+void MpvHandle::noteFrameTaken()
+{
+    frameWaiting = false;
+    lastTakenMs = monotonicMs();
+}

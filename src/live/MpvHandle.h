@@ -1,0 +1,114 @@
+#pragma once
+
+#include <QtGlobal>
+
+#include <atomic>
+#include <initializer_list>
+#include <memory>
+#include <mutex>
+
+struct mpv_event;
+struct mpv_handle;
+class MpvObject;
+class QByteArray;
+
+// One libmpv player, shared between a video item, its renderer and, for a while, what is left of them.
+// Whoever lets go last tears the player down, on a worker thread.
+//
+// The player is made on a worker thread by requestPlayer(). Nothing here waits for it: commands and property
+// writes are asynchronous, and are dropped while there is no player.
+class MpvHandle : public std::enable_shared_from_this<MpvHandle>
+{
+public:
+    // The ids under which libmpv answers: observed properties, then commands and single reads.
+    enum Reply {
+        TimePos = 1,
+        Duration = 2,
+        HwdecCurrent = 3,
+        VideoOutput,
+        VideoCodec,
+        FrameWidth,
+        FrameHeight,
+        FrameRate,
+        // The first of the ids of "loadfile" commands, one for each.
+        FirstLoad,
+    };
+
+    explicit MpvHandle(MpvObject *item);
+    ~MpvHandle();
+    Q_DISABLE_COPY_MOVE(MpvHandle)
+
+    // Has the player made; the owner hears of it through its playerReady() or playerFailed(). Only the first
+    // call counts.
+    void requestPlayer(bool stretch);
+
+    void command(std::initializer_list<const char *> arguments, quint64 replyId = 0) const;
+    void setProperty(const char *name, const char *value) const;
+    void setProperty(const char *name, double value) const;
+    void setFlag(const char *name, bool value) const;
+    // A string list of one entry.
+    void setStringList(const char *name, const QByteArray &entry) const;
+    void observe(const char *name, int format, Reply replyId) const;
+    void unobserve(Reply replyId) const;
+    void read(const char *name, int format, Reply replyId) const;
+
+    // Runs a slot of the owner on the GUI thread, if the owner is still there.
+    void post(void (MpvObject::*slot)());
+    // The owner goes: no callback reaches it after this, and playback ends.
+    void retire();
+
+    // Asks whether a video output still uses the render context; the answer arrives as an event.
+    void pollVideoOutput();
+    // Notes the answer. Returns whether the event was one.
+    bool noteVideoOutput(const mpv_event *event);
+    // Takes all events of a player whose owner is gone.
+    void drainRetired();
+
+    // A new frame waits to be rendered; installed as the render context's update callback.
+    static void frameArrived(void *self);
+    // The waiting frame is about to be drawn or skipped.
+    void noteFrameTaken();
+
+    std::atomic<mpv_handle *> handle = nullptr;
+
+    // True while a renderer owns the one render context that the player allows, or that context waits to be
+    // freed.
+    std::atomic_bool renderSlotHeld = false;
+    // True once a render context exists for the owner's current window.
+    std::atomic_bool renderReady = false;
+    // From the moment the file is open until its first frame was rendered.
+    std::atomic_bool awaitingFirstFrame = false;
+    // The first frame was rendered and the owner has not heard of it.
+    std::atomic_bool firstFramePending = false;
+    // The frame on display counts as the first one although it came before awaitingFirstFrame was set.
+    std::atomic_bool firstFrameOverdue = false;
+
+    // A frame was announced and neither drawn nor skipped yet.
+    std::atomic_bool frameWaiting = false;
+    // Frames announced, and when the last one was, in ms of the monotonic clock.
+    std::atomic<quint64> framesDelivered = 0;
+    std::atomic<qint64> lastFrameMs = -1;
+    // When a frame was last drawn or skipped.
+    std::atomic<qint64> lastTakenMs = 0;
+
+    // The owner is gone.
+    std::atomic_bool retired = false;
+    // After playback was ended for good: no video output uses the render context any more.
+    std::atomic_bool videoReleased = false;
+
+    std::atomic_bool drainPosted = false;
+    std::atomic_bool updatePosted = false;
+
+    std::mutex mutex;
+    MpvObject *owner;
+
+private:
+    static void wakeup(void *self);
+    void makePlayer(bool stretch);
+
+    bool m_requested = false;
+    bool m_polling = false;
+};
+
+// Milliseconds of the monotonic clock.
+qint64 monotonicMs();

@@ -1,0 +1,323 @@
+#include "live/MpvObject.h"
+
+#include "app/Logging.h"
+#include "live/MpvHandle.h"
+#include "live/MpvRenderer.h"
+#include "live/RedrawGatherer.h"
+
+#include <QQuickWindow>
+
+#include <mpv/client.h>
+
+namespace {
+
+constexpr int rateLogIntervalMs = 10000;
+
+bool isNetworkUrl(const QString &url)
+{
+    return url.startsWith(QLatin1String("http://")) || url.startsWith(QLatin1String("https://"));
+}
+
+} // namespace
+
+MpvObject::MpvObject(QQuickItem *parent)
+    : QQuickFramebufferObject(parent)
+    , m_mpv(std::make_shared<MpvHandle>(this))
+    , m_state(QStringLiteral("idle"))
+{
+    connect(this, &MpvObject::onUpdate, this, &MpvObject::doUpdate, Qt::QueuedConnection);
+    connect(this, &QQuickItem::windowChanged, this, &MpvObject::changeWindow);
+    if (window())
+        changeWindow();
+}
+
+MpvObject::~MpvObject()
+{
+    disconnect(this, &QQuickItem::windowChanged, this, nullptr);
+    if (m_gatherer)
+        m_gatherer->remove(this);
+    m_mpv->retire();
+}
+
+void MpvObject::setSource(const QString &source)
+{
+    setSourceAt(source, -1.0);
+}
+
+void MpvObject::setSourceAndSeek(const QString &source, double seekSec)
+{
+    setSourceAt(source, seekSec);
+}
+
+void MpvObject::setSourceAt(const QString &source, double seekSec)
+{
+    const bool isNetwork = isNetworkUrl(source);
+    if (source == m_source && !isNetwork)
+        return;
+    m_pendingSeek = seekSec;
+    if (isNetwork != m_isNetwork) {
+        m_isNetwork = isNetwork;
+        applyProfile(isNetwork);
+    }
+    const bool changed = std::exchange(m_source, source) != source;
+    if (changed)
+        emit sourceChanged();
+    if (source.isEmpty())
+        stop();
+    else
+        play();
+}
+
+void MpvObject::setPaused(bool paused)
+{
+    if (m_paused == paused)
+        return;
+    m_paused = paused;
+    m_mpv->setFlag("pause", paused);
+    emit pausedChanged();
+}
+
+void MpvObject::setStretch(bool stretch)
+{
+    if (m_stretch == stretch)
+        return;
+    m_stretch = stretch;
+    m_mpv->setFlag("keepaspect", !stretch);
+    emit stretchChanged();
+}
+
+void MpvObject::setHttpHeaderFields(const QString &header)
+{
+    if (!m_failed && !header.isEmpty())
+        m_httpHeaderFields = header;
+}
+
+qint64 MpvObject::lastFrameAgeMs() const
+{
+    const qint64 lastFrameMs = m_mpv->lastFrameMs;
+    return lastFrameMs < 0 ? -1 : monotonicMs() - lastFrameMs;
+}
+
+quint64 MpvObject::framesDelivered() const
+{
+    return m_mpv->framesDelivered;
+}
+
+qint64 MpvObject::lastFrameTakenMs() const
+{
+    return m_mpv->lastTakenMs;
+}
+
+bool MpvObject::needsDrawing() const
+{
+    return m_mpv->awaitingFirstFrame || !m_mpv->renderReady;
+}
+
+void MpvObject::play()
+{
+    if (m_failed || m_source.isEmpty())
+        return;
+    const bool hadVideo = m_hasVideo;
+    beginLoad(QStringLiteral("loading"));
+    if (m_mpv->handle)
+        load();
+    else
+        m_mpv->requestPlayer(m_stretch);
+    emit stateChanged();
+    if (hadVideo)
+        emit hasVideoChanged();
+}
+
+void MpvObject::load()
+{
+    if (!m_mpv->renderReady) {
+        update();
+        return;
+    }
+    if (m_isNetwork && !m_httpHeaderFields.isEmpty())
+        m_mpv->setStringList("http-header-fields", m_httpHeaderFields.toUtf8());
+    m_mpv->command({"loadfile", m_source.toUtf8().constData()}, MpvHandle::FirstLoad + m_loadSerial);
+}
+
+void MpvObject::stop()
+{
+    m_mpv->command({"stop"});
+    const bool hadSource = !m_source.isEmpty();
+    const bool hadVideo = m_hasVideo;
+    beginLoad(QStringLiteral("idle"));
+    m_source.clear();
+    m_position = 0;
+    m_duration = 0;
+    m_pendingSeek = -1.0;
+    update();
+    if (hadSource)
+        emit sourceChanged();
+    if (hadVideo)
+        emit hasVideoChanged();
+    emit stateChanged();
+    emit positionChanged();
+    emit durationChanged();
+}
+
+void MpvObject::setSuspended(bool suspended)
+{
+    if (!suspended)
+        dropBuffers();
+    setPaused(suspended);
+}
+
+void MpvObject::seekTo(double seconds)
+{
+    if (m_state == QLatin1String("loading"))
+        m_pendingSeek = seconds;
+    else
+        seekPlayer(seconds);
+}
+
+void MpvObject::seekPlayer(double seconds)
+{
+    m_mpv->command({"seek", QByteArray::number(seconds, 'f', 3).constData(), "absolute+keyframes"});
+}
+
+void MpvObject::setSpeed(double rate)
+{
+    m_speed = rate;
+    m_mpv->setProperty("speed", rate);
+}
+
+void MpvObject::dropBuffers()
+{
+    m_mpv->command({"drop-buffers"});
+}
+
+QQuickFramebufferObject::Renderer *MpvObject::createRenderer() const
+{
+    return new MpvRenderer(m_mpv, m_gatherer->keeper());
+}
+
+QSGNode *MpvObject::updatePaintNode(QSGNode *node, UpdatePaintNodeData *data)
+{
+    // A player that waits in the background for something to play needs no framebuffer.
+    if (!node && !isVisible() && m_state == QLatin1String("idle"))
+        return nullptr;
+    return QQuickFramebufferObject::updatePaintNode(node, data);
+}
+
+void MpvObject::itemChange(ItemChange change, const ItemChangeData &value)
+{
+    QQuickFramebufferObject::itemChange(change, value);
+    if (change == ItemVisibleHasChanged && value.boolValue)
+        update();
+}
+
+void MpvObject::changeWindow()
+{
+    m_mpv->renderReady = false;
+    if (m_gatherer)
+        m_gatherer->remove(this);
+    m_gatherer = window() ? RedrawGatherer::of(window()) : nullptr;
+    if (m_gatherer)
+        m_gatherer->add(this);
+    const bool plays = m_state == QLatin1String("loading") || m_state == QLatin1String("playing");
+    // The picture ends with the window's render context; the new window's starts over.
+    m_mpv->command({"stop"});
+    if (window() && plays)
+        play();
+}
+
+void MpvObject::playerReady()
+{
+    m_mpv->setFlag("keepaspect", !m_stretch);
+    if (m_paused)
+        m_mpv->setFlag("pause", true);
+    m_mpv->setProperty("speed", m_speed);
+    if (m_isNetwork)
+        applyProfile(true);
+    drainEvents();
+    if (m_state == QLatin1String("loading"))
+        load();
+}
+
+void MpvObject::playerFailed()
+{
+    m_failed = true;
+    if (m_state == QLatin1String("idle"))
+        return;
+    m_state = QStringLiteral("idle");
+    emit stateChanged();
+}
+
+void MpvObject::renderContextReady()
+{
+    if (!m_mpv->renderReady)
+        return;
+    if (m_state == QLatin1String("loading"))
+        load();
+    else if (m_state == QLatin1String("playing"))
+        play();
+}
+
+void MpvObject::applyProfile(bool isNetwork)
+{
+    if (isNetwork)
+        m_mpv->observe("time-pos", MPV_FORMAT_DOUBLE, MpvHandle::TimePos);
+    else
+        m_mpv->unobserve(MpvHandle::TimePos);
+    m_mpv->setProperty("cache", isNetwork ? "yes" : "no");
+    m_mpv->setProperty("untimed", isNetwork ? "no" : "yes");
+    m_mpv->setProperty("demuxer-max-bytes", isNetwork ? "32MiB" : "500KiB");
+    m_mpv->setProperty("demuxer-readahead-secs", isNetwork ? "5" : "0.5");
+    if (isNetwork) {
+        m_mpv->setProperty("demuxer-lavf-probesize", "100000");
+        m_mpv->setProperty("demuxer-lavf-analyzeduration", "0");
+    }
+}
+
+void MpvObject::beginLoad(const QString &state)
+{
+    m_state = state;
+    ++m_loadSerial;
+    m_entry = -1;
+    m_hasVideo = false;
+    m_mpv->awaitingFirstFrame = false;
+    m_mpv->firstFramePending = false;
+    m_mpv->firstFrameOverdue = false;
+    m_mpv->framesDelivered = 0;
+    m_mpv->lastFrameMs = -1;
+}
+
+void MpvObject::doUpdate()
+{
+    m_mpv->updatePosted = false;
+    if (m_mpv->firstFramePending.exchange(false))
+        showFirstFrame();
+    countUpdate();
+    if (m_gatherer && m_mpv->frameWaiting)
+        m_gatherer->request(this);
+}
+
+void MpvObject::showFirstFrame()
+{
+    if (m_hasVideo)
+        return;
+    m_mpv->read("video-params/w", MPV_FORMAT_INT64, MpvHandle::FrameWidth);
+    m_mpv->read("video-params/h", MPV_FORMAT_INT64, MpvHandle::FrameHeight);
+    m_mpv->read("container-fps", MPV_FORMAT_DOUBLE, MpvHandle::FrameRate);
+    m_hasVideo = true;
+    emit hasVideoChanged();
+    emit firstFrameRendered();
+}
+
+void MpvObject::countUpdate()
+{
+    if (!m_updateTimer.isValid())
+        m_updateTimer.start();
+    ++m_updateCount;
+    if (m_updateTimer.elapsed() < rateLogIntervalMs)
+        return;
+    qCDebug(lcStream).noquote() << QStringLiteral("[mpv] update rate %1/s src=%2")
+                                       .arg(m_updateCount * 1000.0 / m_updateTimer.elapsed(), 0, 'f', 1)
+                                       .arg(redactUrl(m_source));
+    m_updateCount = 0;
+    m_updateTimer.restart();
+}

@@ -1,0 +1,47 @@
+#pragma once
+
+#include <QElapsedTimer>
+#include <QQuickFramebufferObject>
+
+#include <memory>
+
+struct mpv_render_context;
+class ContextKeeper;
+class MpvHandle;
+
+// Paints a player's frames into its item's framebuffer object. It lives on the render thread and calls
+// nothing of libmpv but its render functions; the render context is made with the first frame that needs it,
+// and when the renderer goes it is left to the window's keeper.
+class MpvRenderer : public QQuickFramebufferObject::Renderer
+{
+public:
+    MpvRenderer(std::shared_ptr<MpvHandle> mpv, std::shared_ptr<ContextKeeper> keeper);
+    ~MpvRenderer() override;
+    Q_DISABLE_COPY_MOVE(MpvRenderer)
+
+    void synchronize(QQuickFramebufferObject *item) override;
+    void render() override;
+
+    // Takes a waiting frame off the player's hands without drawing it.
+    static void skipFrame(mpv_render_context *context);
+
+private:
+    enum class Context { Ready, RetryLater, Failed };
+
+    Context ensureContext();
+    void createContext();
+    void draw();
+    void noteFirstFrame(bool newFrame);
+    void countFrame();
+
+    std::shared_ptr<MpvHandle> m_mpv;
+    std::shared_ptr<ContextKeeper> m_keeper;
+    mpv_render_context *m_context = nullptr;
+    bool m_renderFailed = false;
+    int m_slotWaitFrames = 0;
+    bool m_hasDrawn = false;
+    QString m_state;
+    QString m_source;
+    int m_renderCount = 0;
+    QElapsedTimer m_renderTimer;
+};

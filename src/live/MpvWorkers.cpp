@@ -1,0 +1,52 @@
+#include "live/MpvWorkers.h"
+
+#include <QCoreApplication>
+#include <QDeadlineTimer>
+#include <QThreadPool>
+
+#include <mpv/client.h>
+
+namespace {
+
+constexpr int makerThreads = 2;
+constexpr int reaperThreads = 8;
+constexpr int exitGraceMs = 3000;
+
+struct Pools
+{
+    QThreadPool makers;
+    QThreadPool reapers;
+};
+
+// Never destroyed: a destructor would wait without bound for a camera that hangs.
+Pools &pools()
+{
+    static Pools *const instance = [] {
+        auto *made = new Pools;
+        made->makers.setMaxThreadCount(makerThreads);
+        made->reapers.setMaxThreadCount(reaperThreads);
+        made->reapers.setExpiryTimeout(5000);
+        qAddPostRoutine([] { MpvWorkers::waitForDone(exitGraceMs); });
+        return made;
+    }();
+    return *instance;
+}
+
+} // namespace
+
+void MpvWorkers::make(std::function<void()> job)
+{
+    pools().makers.start(std::move(job));
+}
+
+void MpvWorkers::tearDown(mpv_handle *player)
+{
+    pools().reapers.start([player] { mpv_terminate_destroy(player); });
+}
+
+bool MpvWorkers::waitForDone(int timeoutMs)
+{
+    const QDeadlineTimer deadline(timeoutMs);
+    return pools().makers.waitForDone(timeoutMs)
+        && pools().reapers.waitForDone(int(deadline.remainingTime()));
+}

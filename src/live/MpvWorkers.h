@@ -1,0 +1,18 @@
+#pragma once
+
+#include <functional>
+
+struct mpv_handle;
+
+// The worker threads on which libmpv players are made (a few milliseconds each) and torn down (up to seconds
+// while a camera hangs). When the application object goes, what is still being torn down gets three seconds;
+// then the process leaves without it.
+namespace MpvWorkers {
+
+void make(std::function<void()> job);
+void tearDown(mpv_handle *player);
+
+// Waits until nothing is being made or torn down. Returns whether that came about in time.
+bool waitForDone(int timeoutMs);
+
+} // namespace MpvWorkers

@@ -1,0 +1,72 @@
+#pragma once
+
+#include <QElapsedTimer>
+#include <QHash>
+#include <QObject>
+#include <QSet>
+#include <QTimer>
+
+#include <atomic>
+#include <memory>
+
+class ContextKeeper;
+class MpvObject;
+class QQuickWindow;
+
+// Gathers the redraw requests of all video items of one window, so that many streams do not redraw the scene
+// once each: with up to two streams a frame is drawn as it comes, with more of them the window is redrawn on
+// a tick as long as one frame of the fastest stream. The next redraw is not asked for before the last one is
+// done, so that the GUI thread does not wait for the render thread.
+//
+// Items that are not visible get their frames taken off their hands without a redraw, so that they keep up;
+// and so do frames that come faster than the tick, which is how a stream catches up after a stall.
+//
+// One object per window, a child of the window, on the GUI thread.
+class RedrawGatherer : public QObject
+{
+    Q_OBJECT
+
+public:
+    static RedrawGatherer *of(QQuickWindow *window);
+    ~RedrawGatherer() override;
+
+    // What the window's renderers share.
+    const std::shared_ptr<ContextKeeper> &keeper() const { return m_keeper; }
+
+    // An item joins, or goes.
+    void add(MpvObject *item);
+    void remove(MpvObject *item);
+
+    // The item has a new frame.
+    void request(MpvObject *item);
+
+    // The time between two redraws while more than two streams play.
+    int tickMs() const { return m_tickMs; }
+
+private slots:
+    void tendContexts();
+
+private:
+    explicit RedrawGatherer(QQuickWindow *window);
+
+    void schedule();
+    void flush();
+    void frameDone();
+    void measureRates();
+    void takeFrames(const QList<MpvObject *> &items);
+
+    QQuickWindow *m_window;
+    std::shared_ptr<ContextKeeper> m_keeper;
+    std::shared_ptr<std::atomic_bool> m_freeScheduled;
+    // Each item with the frames it had at the last measurement.
+    QHash<MpvObject *, quint64> m_items;
+    QSet<MpvObject *> m_pending;
+    QTimer m_flushTimer;
+    QTimer m_rateTimer;
+    QTimer m_tendTimer;
+    QElapsedTimer m_sinceRates;
+    qint64 m_lastFlushMs = 0;
+    bool m_drawing = false;
+    int m_active = 0;
+    int m_tickMs;
+};

@@ -1,3 +1,0 @@
-#include "live/StreamLog.h"
-
-Q_LOGGING_CATEGORY(zorvelStream, "zorvel.stream", QtInfoMsg)
