@@ -64,6 +64,9 @@ void Application::publish()
     context->setContextProperty(QStringLiteral("apiClient"), &m_apiClient);
     context->setContextProperty(QStringLiteral("wsClient"), &m_wsClient);
     context->setContextProperty(QStringLiteral("cameraModel"), &m_cameraModel);
+    context->setContextProperty(QStringLiteral("timelineModel"), &m_timelineModel);
+    context->setContextProperty(QStringLiteral("exportModel"), &m_exportModel);
+    context->setContextProperty(QStringLiteral("formatUtils"), &m_formatUtils);
 }
 
 void Application::startSession()

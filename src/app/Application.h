@@ -1,5 +1,8 @@
 #pragma once
 
+#include "archive/ExportModel.h"
+#include "archive/FormatUtils.h"
+#include "archive/TimelineModel.h"
 #include "live/CameraListModel.h"
 #include "net/ApiClient.h"
 #include "net/WSClient.h"
@@ -39,6 +42,9 @@ private:
     ApiClient m_apiClient;
     WSClient m_wsClient;
     CameraListModel m_cameraModel;
+    TimelineModel m_timelineModel{&m_apiClient};
+    ExportModel m_exportModel{&m_apiClient};
+    FormatUtils m_formatUtils;
     QTimer m_statusPollTimer{this};
     QTimer m_cameraRefetchTimer{this};
     QQmlApplicationEngine m_engine;

@@ -129,7 +129,7 @@ void ApplicationTest::documentsReachServicesAndTypes()
         import QtQuick
         import ZorvelClient
         Item {
-            property var services: [apiClient, wsClient, cameraModel]
+            property var services: [apiClient, wsClient, cameraModel, timelineModel, exportModel, formatUtils]
             GridLayoutModel { currentLayout: "1+5" }
             StreamPoolModel { }
             CameraFilterModel { sourceModel: cameraModel }
@@ -137,10 +137,12 @@ void ApplicationTest::documentsReachServicesAndTypes()
         {});
     const std::unique_ptr<QObject> object(component.create());
     QVERIFY2(object, qPrintable(component.errorString()));
-    const QVariantList expected = {QVariant::fromValue<QObject *>(&m_application->apiClient()),
-        QVariant::fromValue<QObject *>(&m_application->wsClient()),
-        QVariant::fromValue<QObject *>(&m_application->cameraModel())};
-    QCOMPARE(object->property("services").toList(), expected);
+    QStringList classes;
+    for (const QVariant &service : object->property("services").toList())
+        classes << service.value<QObject *>()->metaObject()->className();
+    QCOMPARE(classes,
+        QStringList(
+            {"ApiClient", "WSClient", "CameraListModel", "TimelineModel", "ExportModel", "FormatUtils"}));
 }
 
 void ApplicationTest::brokenRootDocumentIsReported()
