@@ -13,8 +13,7 @@ ButtonBase {
 
     visible: allowed
     implicitHeight: Theme.rowHeight
-    leftPadding: Theme.spacingMD
-    rightPadding: 2
+    leftPadding: 10
     Accessible.role: Accessible.PageTab
     Accessible.selected: current
 

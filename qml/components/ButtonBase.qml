@@ -2,7 +2,8 @@ import QtQuick
 import QtQuick.Controls
 import ZorvelClient
 
-// What everything clickable has in common: a pointing hand, Return and Enter beside Space, and a focus ring.
+// What everything clickable has in common: a pointing hand, Return and Enter beside Space, and a focus ring for
+// whoever came by keyboard, or with a dialog that chose the button.
 // A look is added by setting `background` and `contentItem`.
 AbstractButton {
     id: root
@@ -30,6 +31,6 @@ AbstractButton {
     FocusRing {
         id: ring
 
-        shown: root.visualFocus
+        shown: root.visualFocus || (root.activeFocus && root.focusReason === Qt.PopupFocusReason)
     }
 }

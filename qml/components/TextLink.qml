@@ -9,6 +9,7 @@ ButtonBase {
 
     implicitWidth: implicitContentWidth
     implicitHeight: implicitContentHeight
+    focusRing.anchors.margins: -Theme.spacingXS
     Accessible.role: Accessible.Link
 
     contentItem: Text {
