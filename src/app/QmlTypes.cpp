@@ -1,5 +1,6 @@
 #include "app/QmlTypes.h"
 
+#include "archive/TimelineBars.h"
 #include "live/CameraFilterModel.h"
 #include "live/GridLayoutModel.h"
 #include "live/StreamPoolModel.h"
@@ -21,4 +22,5 @@ void registerQmlTypes()
     registerType<GridLayoutModel>("GridLayoutModel");
     registerType<StreamPoolModel>("StreamPoolModel");
     registerType<CameraFilterModel>("CameraFilterModel");
+    registerType<TimelineBars>("TimelineBars");
 }
