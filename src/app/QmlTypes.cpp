@@ -2,7 +2,9 @@
 
 #include "archive/TimelineBars.h"
 #include "live/CameraFilterModel.h"
+#include "live/CameraStreamView.h"
 #include "live/GridLayoutModel.h"
+#include "live/MpvObject.h"
 #include "live/StreamPoolModel.h"
 
 #include <QtQml>
@@ -19,6 +21,8 @@ void registerType(const char *name)
 
 void registerQmlTypes()
 {
+    registerType<MpvObject>("MpvObject");
+    registerType<CameraStreamView>("CameraStreamView");
     registerType<GridLayoutModel>("GridLayoutModel");
     registerType<StreamPoolModel>("StreamPoolModel");
     registerType<CameraFilterModel>("CameraFilterModel");

@@ -124,6 +124,7 @@ void ApplicationTest::numbersHaveDecimalPoints()
 
 void ApplicationTest::documentsReachServicesAndTypes()
 {
+    signIn();
     QQmlComponent component(&m_application->engine());
     component.setData(R"(
         import QtQuick
@@ -133,10 +134,17 @@ void ApplicationTest::documentsReachServicesAndTypes()
             GridLayoutModel { currentLayout: "1+5" }
             StreamPoolModel { }
             CameraFilterModel { sourceModel: cameraModel }
+            MpvObject { }
+            CameraStreamView {
+                cameraId: "c1"
+                hasSubStream: true
+                Component.onCompleted: init(apiClient)
+            }
         })",
         {});
     const std::unique_ptr<QObject> object(component.create());
     QVERIFY2(object, qPrintable(component.errorString()));
+    QTRY_COMPARE(m_server->requestsTo("GET /client-api/cameras/c1/stream-url").size(), 1);
     QStringList classes;
     for (const QVariant &service : object->property("services").toList())
         classes << service.value<QObject *>()->metaObject()->className();
