@@ -1,0 +1,159 @@
+#include "footage/Footage.h"
+
+#include "footage/Scene.h"
+
+#include <QDataStream>
+#include <QDir>
+#include <QFile>
+#include <QSaveFile>
+
+#include <array>
+#include <mutex>
+
+namespace demo {
+
+namespace {
+
+constexpr int quantizer = 28;
+constexpr int loopFrames = Scene::loopSeconds * FrameInstant::framesPerSecond;
+/// Changes whenever scenes or encoder settings do, so that an old cache is not taken.
+constexpr int cacheVersion = 1;
+
+QByteArray joined(const QList<QByteArray> &slices, qsizetype from)
+{
+    QByteArray bytes;
+    for (qsizetype i = from; i < slices.size(); ++i)
+        bytes += slices[i];
+    return bytes;
+}
+
+} // namespace
+
+/// The scene's loop. Of an IDR picture only the slices below the name band are kept, of others those below
+/// the time band.
+struct Footage::Clip
+{
+    QList<QByteArray> frames;
+};
+
+/// What belongs to one format.
+struct Footage::Side
+{
+    explicit Side(const VideoFormat &videoFormat)
+        : format(videoFormat)
+        , band(videoFormat)
+        , headers(SliceEncoder(videoFormat.size, videoFormat.macroblocksPerSlice(), quantizer).headers())
+    {
+    }
+
+    VideoFormat format;
+    TimeBand band;
+    SliceEncoder::Headers headers;
+    std::array<std::once_flag, Scene::themes> clipOnce;
+    std::array<std::shared_ptr<const Clip>, Scene::themes> clips;
+    QMutex nameMutex;
+    QHash<QString, std::array<QByteArray, 2>> nameSlices;
+};
+
+Footage::Footage(const QString &cacheFolder)
+    : m_cacheFolder(cacheFolder)
+    , m_main(std::make_unique<Side>(VideoFormat::main()))
+    , m_sub(std::make_unique<Side>(VideoFormat::sub()))
+{
+}
+
+Footage::~Footage()
+{
+    m_stopping = true;
+    if (m_warmUp.joinable())
+        m_warmUp.join();
+}
+
+void Footage::warmUp()
+{
+    m_warmUp = std::thread([this] {
+        for (Side *wanted : {m_sub.get(), m_main.get()}) {
+            for (int theme = 0; theme < Scene::themes && !m_stopping; ++theme)
+                clip(theme, *wanted);
+        }
+    });
+}
+
+Footage::Side &Footage::side(const VideoFormat &format) const
+{
+    return format.isMain() ? *m_main : *m_sub;
+}
+
+SliceEncoder::Headers Footage::headers(const VideoFormat &format) const
+{
+    return side(format).headers;
+}
+
+QByteArray Footage::picture(const Look &look, const VideoFormat &format, const FrameInstant &instant)
+{
+    Side &part = side(format);
+    const int theme = look.number % Scene::themes;
+    const int parity = int(instant.second % 2);
+    // Cameras of one theme are an even number of seconds apart, so that the parity of IDR pictures agrees.
+    const qint64 loopSecond = (instant.second + look.number / Scene::themes * 2) % Scene::loopSeconds;
+    const QByteArray &rest
+        = clip(theme, part)->frames.at(loopSecond * FrameInstant::framesPerSecond + instant.frame);
+    if (instant.frame > 0)
+        return part.band.laterSlice(instant.frame) + rest;
+    return part.band.firstSlice(instant.second) + nameSlice(look, theme, parity, part) + rest;
+}
+
+std::shared_ptr<const Footage::Clip> Footage::clip(int theme, Side &part)
+{
+    std::call_once(part.clipOnce[theme], [&] { part.clips[theme] = loadOrEncode(theme, part.format); });
+    return part.clips[theme];
+}
+
+std::shared_ptr<const Footage::Clip> Footage::loadOrEncode(int theme, const VideoFormat &format) const
+{
+    auto clip = std::make_shared<Clip>();
+    const QString path
+        = QDir(m_cacheFolder)
+              .filePath(QString("scene-%1-%2-%3.bin").arg(cacheVersion).arg(theme).arg(format.size.height()));
+    QFile cached(path);
+    if (cached.open(QIODevice::ReadOnly)) {
+        QDataStream stream(&cached);
+        stream >> clip->frames;
+        if (stream.status() == QDataStream::Ok && clip->frames.size() == loopFrames)
+            return clip;
+        clip->frames.clear();
+    }
+
+    Scene scene(theme, format);
+    SliceEncoder encoder(format.size, format.macroblocksPerSlice(), quantizer);
+    for (int i = 0; i < loopFrames; ++i) {
+        const bool idr = i % FrameInstant::framesPerSecond == 0;
+        clip->frames.append(joined(encoder.encode(scene.frame(i), idr), idr ? 2 : 1));
+    }
+    QDir().mkpath(m_cacheFolder);
+    QSaveFile saved(path);
+    if (saved.open(QIODevice::WriteOnly)) {
+        QDataStream stream(&saved);
+        stream << clip->frames;
+        saved.commit();
+    }
+    return clip;
+}
+
+QByteArray Footage::nameSlice(const Look &look, int theme, int parity, Side &part)
+{
+    const QMutexLocker lock(&part.nameMutex);
+    const QString key = QString("%1 %2").arg(theme).arg(look.name);
+    auto found = part.nameSlices.constFind(key);
+    if (found == part.nameSlices.cend()) {
+        const Frame420 picture = Scene(theme, part.format).named(look.name);
+        SliceEncoder encoder(part.format.size, part.format.macroblocksPerSlice(), quantizer);
+        std::array<QByteArray, 2> slices;
+        for (QByteArray &slice : slices)
+            slice = encoder.encode(picture, true).at(1);
+        found = part.nameSlices.insert(key, slices);
+    }
+    return found->at(parity);
+}
+
+} // namespace demo
