@@ -13,7 +13,9 @@ set(zorvel_qml_app
     NewScreenEntry.qml
     PageScaffold.qml
     SessionRow.qml
+    SettingsCard.qml
     SettingsView.qml
+    ShortcutList.qml
     SidebarEntry.qml
     SidebarNav.qml
 )
@@ -38,9 +40,11 @@ set(zorvel_qml_components
     PasswordField.qml
     PrimaryButton.qml
     Pulse.qml
+    ScrollArea.qml
     StatusDot.qml
     StyledDialog.qml
     StyledListView.qml
+    StyledText.qml
     StyledTextField.qml
     StyledToolTip.qml
     TabRow.qml

@@ -34,7 +34,7 @@ def lay_out_module(build):
     if not documents.is_symlink():
         documents.symlink_to(REPOSITORY / "qml")
     registered = re.findall(r'registerType<\w+>\("(\w+)"\)', (REPOSITORY / "src/app/QmlTypes.cpp").read_text())
-    types = subprocess.run([build / "tests/qml/zorvel_qmltypes", *registered], check=True, capture_output=True,
+    types = subprocess.run([build / "tests/qml/zorvel_qmltypes", *registered], check=True, stdout=subprocess.PIPE,
                            text=True, env=os.environ | {"QT_QPA_PLATFORM": "offscreen"}).stdout
     (folder / "native.qmltypes").write_text(types)
     lines = (build / "ZorvelClient" / "qmldir").read_text().splitlines()

@@ -12,26 +12,20 @@ PageScaffold {
         width: Math.min(parent.width - 2 * Theme.spacingLG, 480)
         spacing: Theme.spacingSM
 
-        Text {
+        StyledText {
             width: parent.width
             text: root.title
-            color: Theme.textPrimary
             font.pixelSize: Theme.fontXL
             horizontalAlignment: Text.AlignHCenter
-            wrapMode: Text.Wrap
             Accessible.role: Accessible.Heading
-            Accessible.name: text
         }
-        Text {
+        StyledText {
             objectName: "laterText"
             width: parent.width
             text: Translations.laterText
             color: Theme.textSecondary
             font.pixelSize: Theme.fontBase
             horizontalAlignment: Text.AlignHCenter
-            wrapMode: Text.Wrap
-            Accessible.role: Accessible.StaticText
-            Accessible.name: text
         }
     }
 }

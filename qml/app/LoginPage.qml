@@ -1,5 +1,4 @@
 import QtQuick
-import QtQuick.Controls
 import Qt.labs.settings
 import ZorvelClient
 
@@ -73,14 +72,10 @@ FocusScope {
         }
     }
 
-    Flickable {
-        id: scroller
-
+    ScrollArea {
         objectName: "scroller"
         anchors.fill: parent
         contentHeight: Math.max(height, card.height + 2 * (languages.height + 2 * Theme.spacingLG))
-        boundsBehavior: Flickable.StopAtBounds
-        ScrollBar.vertical: ScrollBar { }
 
         Rectangle {
             id: card
@@ -102,30 +97,23 @@ FocusScope {
                 width: parent.width - 2 * x
                 spacing: Theme.spacingMD
 
-                Text {
+                StyledText {
                     objectName: "title"
                     width: parent.width
                     text: root.step === "setup" ? Translations.setupTitle : Translations.appTitle
-                    color: Theme.textPrimary
                     font.pixelSize: Theme.fontXL
                     font.weight: Font.DemiBold
                     horizontalAlignment: Text.AlignHCenter
-                    wrapMode: Text.Wrap
                     bottomPadding: Theme.spacingXS
                     Accessible.role: Accessible.Heading
-                    Accessible.name: text
                 }
-                Text {
+                StyledText {
                     objectName: "hint"
                     width: parent.width
                     visible: text !== ""
                     text: root.step === "setup" ? Translations.setupHint : root.notice
                     color: Theme.textSecondary
-                    font.pixelSize: Theme.fontSM
                     horizontalAlignment: Text.AlignHCenter
-                    wrapMode: Text.Wrap
-                    Accessible.role: Accessible.StaticText
-                    Accessible.name: text
                 }
 
                 StyledTextField {

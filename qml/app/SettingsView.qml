@@ -1,60 +1,14 @@
 import QtQuick
-import QtQuick.Controls
 import ZorvelClient
 
-// The settings of this workstation: the language and the look of the live grid, and the keys that work everywhere.
+// What one workstation chooses for itself, the language and the look of the live grid, and the keys to work with.
 PageScaffold {
-    id: root
-
-    // [what to press, what it does]
-    readonly property var shortcuts: [
-        ["Ctrl+1 … Ctrl+9", Translations.shortcutSection],
-        ["Ctrl+,", Translations.shortcutSettings],
-        ["↑ ↓", Translations.shortcutSidebar],
-        ["Tab, Shift+Tab", Translations.shortcutFocus],
-        ["Enter, " + Translations.keySpace, Translations.shortcutActivate],
-        ["Esc", Translations.shortcutEscape],
-        ["1 … 9", Translations.shortcutPreset]
-    ]
-
-    component Card: Rectangle {
-        default property alias content: cardContent.data
-        property string title: ""
-
-        width: parent.width
-        height: cardContent.height + 2 * Theme.spacingLG
-        color: Theme.surfaceDark
-        radius: Theme.radiusLG
-        border.width: 1
-        border.color: Theme.border
-        Accessible.role: Accessible.Grouping
-        Accessible.name: title
-
-        Column {
-            id: cardContent
-
-            x: Theme.spacingLG
-            y: Theme.spacingLG
-            width: parent.width - 2 * Theme.spacingLG
-            spacing: Theme.spacingMD
-        }
-    }
-    component Label: Text {
-        color: Theme.textPrimary
-        font.pixelSize: Theme.fontSM
-        wrapMode: Text.Wrap
-        Accessible.role: Accessible.StaticText
-        Accessible.name: text
-    }
-
     activePage: "settings"
 
-    Flickable {
+    ScrollArea {
+        objectName: "scroller"
         anchors.fill: parent
         contentHeight: column.height + 2 * column.y
-        boundsBehavior: Flickable.StopAtBounds
-        clip: true
-        ScrollBar.vertical: ScrollBar { }
 
         Column {
             id: column
@@ -64,24 +18,27 @@ PageScaffold {
             width: Math.min(parent.width - 2 * x, 640)
             spacing: Theme.spacingLG
 
-            Label {
+            StyledText {
+                width: parent.width
                 text: Translations.settingsTitle
                 font.pixelSize: Theme.fontXL
                 font.weight: Font.DemiBold
                 Accessible.role: Accessible.Heading
             }
 
-            Card {
+            SettingsCard {
+                width: parent.width
                 title: Translations.languageLabel
 
-                Label {
+                StyledText {
                     text: Translations.languageLabel
                     font.pixelSize: Theme.fontBase
                 }
                 LanguageChoice { }
             }
 
-            Card {
+            SettingsCard {
+                width: parent.width
                 title: Translations.stretchVideoLabel
 
                 Item {
@@ -94,12 +51,12 @@ PageScaffold {
                         width: parent.width - stretchSwitch.width - Theme.spacingLG
                         spacing: Theme.spacingXS
 
-                        Label {
+                        StyledText {
                             width: parent.width
                             text: Translations.stretchVideoLabel
                             font.pixelSize: Theme.fontBase
                         }
-                        Label {
+                        StyledText {
                             width: parent.width
                             text: Translations.stretchVideoHint
                             color: Theme.textSecondary
@@ -118,32 +75,40 @@ PageScaffold {
                 }
             }
 
-            Card {
+            SettingsCard {
+                width: parent.width
                 title: Translations.shortcutsTitle
 
-                Label {
+                StyledText {
                     text: Translations.shortcutsTitle
                     font.pixelSize: Theme.fontBase
                 }
-                Repeater {
-                    model: root.shortcuts
-
-                    Row {
-                        required property var modelData
-
-                        width: parent.width
-                        spacing: Theme.spacingMD
-
-                        Label {
-                            width: 160
-                            text: parent.modelData[0]
-                            color: Theme.textSecondary
-                        }
-                        Label {
-                            width: parent.width - 160 - Theme.spacingMD
-                            text: parent.modelData[1]
-                        }
-                    }
+                ShortcutList {
+                    width: parent.width
+                    title: Translations.shortcutsEverywhere
+                    shortcuts: [
+                        ["Ctrl+1 … Ctrl+9", Translations.shortcutSection],
+                        ["Ctrl+,", Translations.shortcutSettings],
+                        ["↑ ↓", Translations.shortcutSidebar],
+                        ["Tab, Shift+Tab", Translations.shortcutFocus],
+                        ["Page Up, Page Down", Translations.shortcutScroll],
+                        ["Enter, " + Translations.keySpace, Translations.shortcutActivate],
+                        ["Esc", Translations.shortcutEscape]
+                    ]
+                }
+                ShortcutList {
+                    width: parent.width
+                    title: Translations.navLiveView
+                    shortcuts: [
+                        ["1 … 9", Translations.shortcutPreset],
+                        ["← ↑ ↓ →", Translations.shortcutCell],
+                        ["Ctrl+← ↑ ↓ →", Translations.shortcutMoveCamera],
+                        ["Enter", Translations.shortcutOpenCell],
+                        ["C", Translations.changeCamera],
+                        ["Delete", Translations.removeFromCell],
+                        ["R", Translations.shortcutRetry],
+                        ["Esc", Translations.shortcutBackToGrid]
+                    ]
                 }
             }
         }

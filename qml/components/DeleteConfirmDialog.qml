@@ -13,14 +13,9 @@ StyledDialog {
 
     title: Translations.adminConfirmDelete
 
-    contentItem: Text {
+    contentItem: StyledText {
         text: root.label
-        textFormat: Text.PlainText
         color: Theme.textSecondary
-        font.pixelSize: Theme.fontSM
-        wrapMode: Text.Wrap
-        Accessible.role: Accessible.StaticText
-        Accessible.name: text
     }
     footer: DialogButtons {
         ActionButton {

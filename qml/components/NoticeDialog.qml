@@ -7,13 +7,8 @@ StyledDialog {
 
     property string text: ""
 
-    contentItem: Text {
+    contentItem: StyledText {
         text: root.text
-        color: Theme.textPrimary
-        font.pixelSize: Theme.fontSM
-        wrapMode: Text.Wrap
-        Accessible.role: Accessible.StaticText
-        Accessible.name: text
     }
     footer: DialogButtons {
         ActionButton {

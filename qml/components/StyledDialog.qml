@@ -13,17 +13,14 @@ Dialog {
     modal: true
     focus: true
 
-    header: Text {
+    header: StyledText {
         visible: text !== ""
         text: root.title
-        color: Theme.textPrimary
         font.pixelSize: Theme.fontLG
         font.weight: Font.DemiBold
         padding: Theme.spacingLG
         bottomPadding: 0
-        wrapMode: Text.Wrap
         Accessible.role: Accessible.Heading
-        Accessible.name: text
     }
     background: Rectangle {
         color: Theme.surfaceDark

@@ -16,17 +16,13 @@ ListView {
 
     ScrollBar.vertical: ScrollBar { }
 
-    Text {
+    StyledText {
         objectName: "emptyLabel"
         anchors.centerIn: parent
         width: Math.min(implicitWidth, parent.width - 2 * Theme.spacingSM)
         visible: root.count === 0 && text !== ""
         text: root.emptyText
         color: Theme.textMuted
-        font.pixelSize: Theme.fontSM
         horizontalAlignment: Text.AlignHCenter
-        wrapMode: Text.Wrap
-        Accessible.role: Accessible.StaticText
-        Accessible.name: text
     }
 }

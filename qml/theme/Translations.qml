@@ -26,15 +26,26 @@ FloorPlanTexts {
     readonly property string serverConnected: t("Связь с сервером есть", "Connected to the server")
     readonly property string serverDisconnected: t("Нет связи с сервером", "No connection to the server")
 
+    // The keys.
     readonly property string shortcutsTitle: t("Клавиши", "Keyboard")
+    readonly property string shortcutsEverywhere: t("Во всех разделах", "Everywhere")
     readonly property string keySpace: t("Пробел", "Space")
-    readonly property string shortcutSection: t("Открыть раздел по его месту в списке", "Open a section by its place in the list")
+    readonly property string shortcutSection: t("Открыть раздел по номеру в списке", "Open a section by its number")
     readonly property string shortcutSettings: t("Открыть настройки", "Open the settings")
     readonly property string shortcutSidebar: t("Перейти по списку разделов", "Move along the sections")
-    readonly property string shortcutFocus: t("Перейти к следующему или предыдущему элементу", "Go to the next or previous control")
+    readonly property string shortcutFocus: t(
+        "Следующий или предыдущий элемент", "Next or previous control")
+    readonly property string shortcutScroll: t("Прокрутить страницу", "Scroll the page")
     readonly property string shortcutActivate: t("Нажать выбранный элемент", "Press the focused control")
-    readonly property string shortcutEscape: t("Закрыть окно сообщения, вернуться к выбору сервера", "Close a dialog, go back to the choice of server")
-    readonly property string shortcutPreset: t("Раскладка сетки в живом просмотре", "Grid layout of the live view")
+    readonly property string shortcutEscape: t("Закрыть сообщение или меню", "Close a message or a menu")
+    readonly property string shortcutPreset: t("Раскладка сетки", "Grid layout")
+    readonly property string shortcutCell: t("Перейти к соседней ячейке", "Go to the next cell")
+    readonly property string shortcutMoveCamera: t(
+        "Перенести камеру в соседнюю ячейку", "Move the camera to the next cell")
+    readonly property string shortcutOpenCell: t(
+        "Развернуть камеру или выбрать её для пустой ячейки", "Maximise the camera, or pick one for an empty cell")
+    readonly property string shortcutRetry: t("Подключить камеру снова", "Connect the camera again")
+    readonly property string shortcutBackToGrid: t("Вернуться к сетке", "Back to the grid")
 
     property bool _restored: false
 
