@@ -58,7 +58,7 @@ void ApiClient::checkStatus(const QString &serverUrl)
         setLoading(false);
         const auto answer = Json::object(body);
         if (Requests::hasFailed(reply) || !answer) {
-            setError(Requests::hasFailed(reply) ? reply.errorString() : invalidResponse);
+            setError(Requests::hasFailed(reply) ? Requests::networkErrorText(reply) : invalidResponse);
             emit statusFailed(m_errorMessage);
             return;
         }

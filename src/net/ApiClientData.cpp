@@ -54,7 +54,7 @@ QVariantList spanMapsOf(const QJsonArray &array)
 
 void logFailure(const char *call, const QString &error)
 {
-    qCWarning(lcApi).noquote() << QLatin1StringView(call) + QStringLiteral(" failed:") << redactUrl(error);
+    qCWarning(lcApi).noquote() << QLatin1StringView(call) + QStringLiteral(" failed:") << error;
 }
 
 } // namespace
@@ -103,7 +103,7 @@ void ApiClient::fetchCamerasStatus()
             emit cameraStatusReceived(statuses);
         },
         [](const QString &error) {
-            qCWarning(lcStatus).noquote() << "fetchCamerasStatus: HTTP error:" << redactUrl(error);
+            qCWarning(lcStatus).noquote() << "fetchCamerasStatus: HTTP error:" << error;
         });
 }
 
@@ -133,7 +133,7 @@ void ApiClient::fetchRecordingRange(const QString &cameraId)
 {
     const auto fail = [this, cameraId](const QString &error) {
         qCWarning(lcPlayback).noquote()
-            << QStringLiteral("recording-range failed cam=%1: %2").arg(cameraId, redactUrl(error));
+            << QStringLiteral("recording-range failed cam=%1: %2").arg(cameraId, error);
         emit recordingRangeFailed(cameraId, error);
     };
     readAnswer(
@@ -152,8 +152,7 @@ void ApiClient::fetchTimeline(
     const QString &cameraId, const QDateTime &from, const QDateTime &to, const QString &requestId)
 {
     const auto fail = [this, cameraId, requestId](const QString &error) {
-        qCWarning(lcPlayback).noquote()
-            << QStringLiteral("timeline failed cam=%1: %2").arg(cameraId, redactUrl(error));
+        qCWarning(lcPlayback).noquote() << QStringLiteral("timeline failed cam=%1: %2").arg(cameraId, error);
         emit timelineFailed(cameraId, error, requestId);
     };
     readAnswer(
@@ -172,8 +171,7 @@ void ApiClient::fetchSegments(
     const QString &cameraId, const QDateTime &from, int limit, const QString &requestId)
 {
     const auto fail = [this, cameraId, requestId](const QString &error) {
-        qCWarning(lcPlayback).noquote()
-            << QStringLiteral("segments failed cam=%1: %2").arg(cameraId, redactUrl(error));
+        qCWarning(lcPlayback).noquote() << QStringLiteral("segments failed cam=%1: %2").arg(cameraId, error);
         emit segmentsFailed(cameraId, error, requestId);
     };
     readAnswer(
@@ -193,7 +191,7 @@ void ApiClient::fetchBatchTimeline(
     const QStringList &cameraIds, const QDateTime &from, const QDateTime &to, const QString &requestId)
 {
     const auto fail = [this, requestId](const QString &error) {
-        qCWarning(lcPlayback).noquote() << QStringLiteral("batch timeline failed: %1").arg(redactUrl(error));
+        qCWarning(lcPlayback).noquote() << QStringLiteral("batch timeline failed: %1").arg(error);
         emit batchTimelineFailed(error, requestId);
     };
     const QJsonObject query{

@@ -10,7 +10,7 @@ namespace {
 constexpr int firstDelayMs = 1000;
 constexpr int longestDelayMs = 30'000;
 constexpr int answerTimeoutMs = 15'000;
-constexpr quint64 longestMessage = 16 * 1024 * 1024;
+constexpr quint64 longestMessage = 16ULL * 1024 * 1024;
 
 } // namespace
 

@@ -1,5 +1,6 @@
 #include "net/Requests.h"
 
+#include "app/Logging.h"
 #include "net/Json.h"
 
 #include <QNetworkReply>
@@ -32,8 +33,8 @@ void Requests::whenFinished(QNetworkReply *reply, QObject *owner,
     const std::function<void(QNetworkReply &reply, const QByteArray &body)> &handle)
 {
     reply->setParent(owner);
-    QObject::connect(reply, &QNetworkReply::downloadProgress, reply, [reply](qint64 received, qint64) {
-        if (received > answerLimit) {
+    QObject::connect(reply, &QNetworkReply::readyRead, reply, [reply] {
+        if (reply->bytesAvailable() > answerLimit) {
             reply->abort();
         }
     });
@@ -48,18 +49,23 @@ bool Requests::hasFailed(const QNetworkReply &reply)
     return reply.error() != QNetworkReply::NoError;
 }
 
+QString Requests::networkErrorText(const QNetworkReply &reply)
+{
+    return redactUrl(reply.errorString());
+}
+
 QString Requests::serverErrorText(const QNetworkReply &reply, const QByteArray &body)
 {
     const auto answer = Json::object(body);
     const QString text = answer ? answer->value(u"error").toString() : QString();
-    return text.isEmpty() ? reply.errorString() : text;
+    return text.isEmpty() ? networkErrorText(reply) : text;
 }
 
 QString Requests::httpErrorText(const QNetworkReply &reply)
 {
     const int status = reply.attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
     if (status <= 0) {
-        return reply.errorString();
+        return networkErrorText(reply);
     }
-    return QStringLiteral("HTTP %1: %2").arg(QString::number(status), reply.errorString());
+    return QStringLiteral("HTTP %1: %2").arg(QString::number(status), networkErrorText(reply));
 }

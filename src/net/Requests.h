@@ -32,16 +32,21 @@ QString encoded(const QString &text);
 /// more than `answerLimit` bytes is cancelled and counts as failed.
 void whenFinished(QNetworkReply *reply, QObject *owner,
     const std::function<void(QNetworkReply &reply, const QByteArray &body)> &handle);
-inline constexpr qint64 answerLimit = 64 * 1024 * 1024;
+inline constexpr qint64 answerLimit = 64LL * 1024 * 1024;
 
 /// The reply failed: no connection, any HTTP error status, or cancelled.
 bool hasFailed(const QNetworkReply &reply);
 
-/// Why a reply failed, in the server's words: the "error" text of its JSON body, else the network layer's
+// Why a reply failed. None of the texts shows the user name or password that an address may carry.
+
+/// In the network layer's words.
+QString networkErrorText(const QNetworkReply &reply);
+
+/// In the server's words: the "error" text of its JSON body, else the network layer's
 /// text.
 QString serverErrorText(const QNetworkReply &reply, const QByteArray &body);
 
-/// Why a reply failed, in technical words: "HTTP <status>: <network layer's text>", or that text alone when
+/// In technical words: "HTTP <status>: <network layer's text>", or that text alone when
 /// no answer arrived.
 QString httpErrorText(const QNetworkReply &reply);
 
