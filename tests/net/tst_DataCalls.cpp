@@ -342,7 +342,8 @@ void DataCallsTest::malformedAnswers_data()
 
     // Elements that cannot be used are left out.
     const auto row = [](const char *call, const char *kind, const char *body, const QString &signal) {
-        QTest::addRow("%s %s", call, kind) << QByteArray(call) << QByteArrayList({QByteArray(body)}) << signal;
+        QTest::addRow("%s %s", call, kind)
+            << QByteArray(call) << QByteArrayList({QByteArray(body)}) << signal;
     };
     row("cameras", "among others", R"([1,"x",null,[],{"id":7,"name":{},"enabled":"yes","camera_groups":{}}])",
         "cameras|[    0 0 []]");
