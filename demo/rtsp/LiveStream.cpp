@@ -12,6 +12,7 @@ namespace demo {
 namespace {
 
 constexpr int fps = FrameInstant::framesPerSecond;
+constexpr GstClockTime catchUpStep = 2 * GST_MSECOND;
 // The payloader would repeat the parameter sets before every slice of an IDR picture and so take the picture
 // apart; the feeds put them where they belong.
 constexpr auto launchLine = "( appsrc name=source is-live=true format=time max-buffers=2 "
@@ -56,7 +57,7 @@ public:
         if (m_isStarving)
             return;
         if (m_next < 0)
-            m_first = m_next = QDateTime::currentSecsSinceEpoch() * fps;
+            begin();
         gst_app_src_push_buffer(source, makeBuffer());
         ++m_next;
     }
@@ -72,6 +73,23 @@ public:
     }
 
 private:
+    void begin()
+    {
+        const qint64 nowMs = QDateTime::currentMSecsSinceEpoch();
+        m_first = m_next = nowMs / 1000 * fps;
+        m_present = nowMs * fps / 1000;
+    }
+
+    /// A viewer starts with a whole picture, so up to a second ago; the pictures from there to the present
+    /// follow at once, and from then on each when it is due.
+    GstClockTime displayTime() const
+    {
+        const qint64 catchingUp = std::min(m_next, m_present) - m_first;
+        const qint64 due = std::max(m_next - m_present, qint64(0));
+        return GstClockTime(catchingUp) * catchUpStep
+            + gst_util_uint64_scale(GstClockTime(due), GST_SECOND, fps);
+    }
+
     bool skipToPresent()
     {
         const std::lock_guard lock(m_mutex);
@@ -87,8 +105,7 @@ private:
         if (instant.frame == 0)
             picture.prepend(m_stream->m_parameterSets);
         GstBuffer *buffer = gst_buffer_new_memdup(picture.constData(), gsize(picture.size()));
-        GST_BUFFER_PTS(buffer) = gst_util_uint64_scale(guint64(m_next - m_first), GST_SECOND, fps);
-        GST_BUFFER_DTS(buffer) = GST_BUFFER_PTS(buffer);
+        GST_BUFFER_PTS(buffer) = GST_BUFFER_DTS(buffer) = displayTime();
         GST_BUFFER_DURATION(buffer) = GST_SECOND / fps;
         if (instant.frame != 0)
             GST_BUFFER_FLAG_SET(buffer, GST_BUFFER_FLAG_DELTA_UNIT);
@@ -98,7 +115,9 @@ private:
     const std::shared_ptr<LiveStream> m_stream;
     GWeakRef m_source;
     std::mutex m_mutex;
+    // Pictures are counted from the epoch.
     qint64 m_first = 0;
+    qint64 m_present = 0;
     qint64 m_next = -1;
     bool m_isStarving = false;
 };
