@@ -12,7 +12,6 @@ FloorPlanTexts {
     ]
 
     // The shell.
-    readonly property string laterTitle: t("Раздел ещё не готов", "Not available yet")
     readonly property string laterText: t(
         "Этот раздел появится в одной из следующих версий.", "This section comes with a later version.")
     readonly property string newScreenLater: t(
