@@ -197,8 +197,8 @@ void CameraStreamViewTest::recoversByItself()
     QTRY_COMPARE(requests(), before + 1);
     QTRY_COMPARE(m_view->displayState(), "error");
     QCOMPARE(logged("auto-recover"),
-             QStringList({"info zorvel.stream: [cam7] live auto-recover: retry",
-                          "warning zorvel.stream: [cam7] live stream failed — auto-recover in 2000ms"}));
+        QStringList({"info zorvel.stream: [cam7] live auto-recover: retry",
+            "warning zorvel.stream: [cam7] live stream failed — auto-recover in 2000ms"}));
 }
 
 void CameraStreamViewTest::endedSwitchIsTriedAgain()

@@ -1,0 +1,162 @@
+#include "live/CameraStreamView.h"
+#include "live/MpvObject.h"
+#include "support/ScriptedServer.h"
+
+#include <QFile>
+#include <QQuickWindow>
+#include <QSignalSpy>
+#include <QTcpServer>
+#include <QTcpSocket>
+#include <QTest>
+#include <QTimer>
+
+#include <optional>
+
+// Cameras that fall silent, refuse or never speak, with real players in a real window.
+class SilentCamerasTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void silenceIsNoticedWhereItCanBeSeen();
+    void failedSwitchIsTriedAgain();
+
+private:
+    CameraStreamView *addView(const QString &cameraId);
+
+    std::optional<ScriptedServer> m_server;
+    std::optional<ApiClient> m_client;
+    std::optional<QQuickWindow> m_window;
+};
+
+namespace {
+
+// Sends a recorded MPEG-TS stream to whoever connects, at its own pace, for as long as it is not silent.
+class Camera : public QObject
+{
+public:
+    explicit Camera(bool speaks = true)
+        : m_speaks(speaks)
+    {
+        QFile clip(ZORVEL_TEST_CLIP);
+        if (!clip.open(QFile::ReadOnly) || !m_server.listen(QHostAddress::LocalHost))
+            qFatal("no clip or no port");
+        m_stream = clip.readAll();
+        connect(&m_pace, &QTimer::timeout, this, &Camera::send);
+        m_pace.start(paceMs);
+    }
+
+    QString url() const { return QString("tcp://127.0.0.1:%1").arg(m_server.serverPort()); }
+    void setSpeaking(bool speaks) { m_speaks = speaks; }
+
+private:
+    static constexpr int paceMs = 40;
+    static constexpr int clipMs = 60000;
+
+    void send()
+    {
+        while (QTcpSocket *socket = m_server.nextPendingConnection()) {
+            m_sent.insert(socket, 0);
+            connect(socket, &QTcpSocket::disconnected, this, [this, socket] { m_sent.remove(socket); });
+        }
+        if (!m_speaks)
+            return;
+        const qsizetype step = m_stream.size() * paceMs / clipMs;
+        for (auto it = m_sent.begin(); it != m_sent.end(); ++it)
+            it.key()->write(m_stream.mid(std::exchange(it.value(), it.value() + step), step));
+    }
+
+    bool m_speaks;
+    QByteArray m_stream;
+    QHash<QTcpSocket *, qsizetype> m_sent;
+    QTcpServer m_server;
+    QTimer m_pace;
+};
+
+} // namespace
+
+void SilentCamerasTest::initTestCase()
+{
+    m_server.emplace();
+    m_client.emplace();
+    m_client->checkStatus(m_server->url());
+    m_window.emplace();
+    m_window->resize(640, 360);
+    m_window->show();
+    QVERIFY(QTest::qWaitForWindowExposed(&*m_window));
+}
+
+CameraStreamView *SilentCamerasTest::addView(const QString &cameraId)
+{
+    auto *const view = new CameraStreamView(m_window->contentItem());
+    view->setSize({320, 180});
+    view->init(&*m_client);
+    view->setCameraId(cameraId);
+    return view;
+}
+
+void SilentCamerasTest::silenceIsNoticedWhereItCanBeSeen()
+{
+    Camera camera;
+    Camera mute(false);
+    m_server->otherwise([&](const ScriptedServer::Request &request) {
+        const QString url = request.path().contains("/mute/") ? mute.url() : camera.url();
+        return ScriptedServer::Answer{.body = R"({"url": ")" + url.toUtf8() + R"("})"};
+    });
+    QElapsedTimer clock;
+    clock.start();
+    const std::unique_ptr<CameraStreamView> waiting(addView("mute"));
+    const std::unique_ptr<CameraStreamView> seen(addView("seen"));
+    const std::unique_ptr<CameraStreamView> parked(addView("parked"));
+    qint64 waitedMs = 0;
+    connect(waiting.get(), &CameraStreamView::displayStateChanged, this, [&] {
+        if (waitedMs == 0 && waiting->displayState() == "error")
+            waitedMs = clock.elapsed();
+    });
+    QTRY_COMPARE_WITH_TIMEOUT(seen->displayState() + parked->displayState(), "playingplaying", 10000);
+    parked->setVisible(false);
+    QTest::qWait(1000);
+
+    camera.setSpeaking(false);
+    QElapsedTimer silence;
+    silence.start();
+    QTRY_COMPARE_WITH_TIMEOUT(seen->displayState(), "error", 7000);
+    const qint64 noticedMs = silence.elapsed();
+    QVERIFY2(noticedMs > 3500 && noticedMs < 5500, qPrintable(QString::number(noticedMs)));
+    QTest::qWait(1000);
+    QCOMPARE(parked->displayState(), "playing");
+    parked->setVisible(true);
+    QTRY_COMPARE_WITH_TIMEOUT(parked->displayState(), "error", 2000);
+
+    camera.setSpeaking(true);
+    QTRY_COMPARE_WITH_TIMEOUT(seen->displayState() + parked->displayState(), "playingplaying", 10000);
+
+    QTRY_VERIFY_WITH_TIMEOUT(waitedMs > 0, 20000);
+    QVERIFY2(waitedMs > 14500 && waitedMs < 18000, qPrintable(QString::number(waitedMs)));
+}
+
+void SilentCamerasTest::failedSwitchIsTriedAgain()
+{
+    Camera sub;
+    std::optional<Camera> main;
+    main.emplace();
+    const QString mainUrl = main->url();
+    main.reset();
+    m_server->otherwise([&](const ScriptedServer::Request &request) {
+        const QString url = request.item("role") == "sub" ? sub.url() : mainUrl;
+        return ScriptedServer::Answer{.body = R"({"url": ")" + url.toUtf8() + R"("})"};
+    });
+    const std::unique_ptr<CameraStreamView> view(addView("cam"));
+    view->setHasSubStream(true);
+    QTRY_COMPARE_WITH_TIMEOUT(view->displayState(), "playing", 10000);
+    QSignalSpy changed(view.get(), &CameraStreamView::displayStateChanged);
+    QSignalSpy loads(view->findChildren<MpvObject *>().at(1), &MpvObject::sourceChanged);
+    view->setPreferMain(true);
+    // Loaded, stopped and, after the delay, loaded again.
+    QTRY_VERIFY_WITH_TIMEOUT(loads.count() >= 3, 5000);
+    QCOMPARE(changed.count(), 0);
+}
+
+QTEST_MAIN(SilentCamerasTest)
+#include "tst_SilentCameras.moc"
