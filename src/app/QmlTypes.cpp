@@ -1,5 +1,6 @@
 #include "app/QmlTypes.h"
 
+#include "archive/ArchivePlayer.h"
 #include "archive/TimelineBars.h"
 #include "live/CameraFilterModel.h"
 #include "live/CameraStreamView.h"
@@ -22,6 +23,7 @@ void registerType(const char *name)
 void registerQmlTypes()
 {
     registerType<MpvObject>("MpvObject");
+    registerType<ArchivePlayer>("ArchivePlayer");
     registerType<CameraStreamView>("CameraStreamView");
     registerType<GridLayoutModel>("GridLayoutModel");
     registerType<StreamPoolModel>("StreamPoolModel");

@@ -1,0 +1,498 @@
+#include "archive/ArchivePlayer.h"
+
+#include "app/Logging.h"
+#include "archive/Instants.h"
+#include "live/MpvObject.h"
+#include "net/ApiClient.h"
+
+#include <cmath>
+
+namespace {
+
+constexpr qint64 gapMs = 2000;
+constexpr qint64 driftMs = 2000;
+constexpr int firstLimit = 1;
+constexpr int pageLimit = 20;
+constexpr int prefetchDistance = 8;
+constexpr qint64 prefetchPauseMs = 2000;
+constexpr double seekThreshold = 0.1;
+constexpr double longestPosition = 1e9;
+
+const QString idle = QStringLiteral("idle");
+const QString loading = QStringLiteral("loading");
+const QString playing = QStringLiteral("playing");
+const QString paused = QStringLiteral("paused");
+const QString ended = QStringLiteral("ended");
+const QString noFootage = QStringLiteral("no_footage");
+const QString failed = QStringLiteral("error");
+
+void logDebug(const QString &text)
+{
+    qCDebug(lcPlayback).noquote() << text;
+}
+
+void logInfo(const QString &text)
+{
+    qCInfo(lcPlayback).noquote() << text;
+}
+
+void logWarning(const QString &text)
+{
+    qCWarning(lcPlayback).noquote() << text;
+}
+
+double secondsBetween(qint64 fromMs, qint64 toMs)
+{
+    return static_cast<double>(toMs - fromMs) / 1000.0;
+}
+
+} // namespace
+
+ArchivePlayer::ArchivePlayer(QObject *parent)
+    : QObject(parent)
+    , m_state(idle)
+{
+}
+
+bool ArchivePlayer::playing() const
+{
+    return m_state == ::playing;
+}
+
+void ArchivePlayer::setSpeed(double rate)
+{
+    if (rate == m_speed || !std::isfinite(rate) || rate <= 0)
+        return;
+    m_speed = rate;
+    applyRate(rate);
+    emit speedChanged();
+}
+
+void ArchivePlayer::applyRate(double rate)
+{
+    m_appliedRate = rate;
+    if (m_player)
+        m_player->setSpeed(rate);
+}
+
+void ArchivePlayer::init(QObject *apiClient)
+{
+    auto *client = qobject_cast<ApiClient *>(apiClient);
+    if (!client || client == m_apiClient)
+        return;
+    if (m_apiClient)
+        m_apiClient->disconnect(this);
+    m_apiClient = client;
+    connect(client, &ApiClient::segmentsReceived, this, &ArchivePlayer::onSegmentsReceived);
+    connect(client, &ApiClient::segmentsFailed, this, &ArchivePlayer::onSegmentsFailed);
+}
+
+void ArchivePlayer::setPlayer(QObject *player)
+{
+    if (m_player)
+        m_player->disconnect(this);
+    m_player = qobject_cast<MpvObject *>(player);
+    if (!m_player)
+        return;
+    connect(m_player, &MpvObject::positionChanged, this, &ArchivePlayer::onPositionChanged);
+    connect(m_player, &MpvObject::fileEnded, this, &ArchivePlayer::onFileEnded);
+    connect(m_player, &MpvObject::firstFrameRendered, this, &ArchivePlayer::onFirstFrame);
+    connect(m_player, &MpvObject::stateChanged, this, &ArchivePlayer::onItemStateChanged);
+    if (m_apiClient)
+        passToken();
+}
+
+void ArchivePlayer::passToken()
+{
+    m_player->setHttpHeaderFields(QStringLiteral("Authorization: Bearer %1").arg(m_apiClient->accessToken()));
+}
+
+void ArchivePlayer::setCoverage(const QVariantList &spans)
+{
+    m_coverage.clear();
+    for (const QVariant &entry : spans) {
+        const QVariantMap span = entry.toMap();
+        const qint64 start = span.value(QStringLiteral("start")).toLongLong();
+        const qint64 end = span.value(QStringLiteral("end")).toLongLong();
+        if (start < end)
+            m_coverage.emplace_back(start, end);
+    }
+    m_emptyResult = false;
+}
+
+void ArchivePlayer::startFrom(const QString &cameraId, qint64 timestampMs)
+{
+    if (!m_apiClient)
+        return;
+    forgetSegments();
+    if (m_player)
+        m_player->stop();
+    m_cameraId = cameraId;
+    m_exhausted = false;
+    m_pendingSeekMs = timestampMs;
+    m_emptyResult = false;
+    m_lastShowAtMs = timestampMs;
+    m_prefetchFailed.invalidate();
+    setCurrentTime(timestampMs);
+    m_firstFrameTimer.start();
+    m_awaitingFirstFrame = true;
+    m_metadataMs = -1;
+    m_requestId = QString::number(++m_requestCounter);
+    logInfo(QStringLiteral("startFrom cam=%1 ts=%2").arg(cameraId, Instants::logText(timestampMs)));
+    setState(loading);
+    m_apiClient->fetchSegments(cameraId, Instants::toDateTime(timestampMs), firstLimit, m_requestId);
+}
+
+void ArchivePlayer::seek(qint64 timestampMs)
+{
+    if (m_cameraId.isEmpty())
+        return;
+    setCurrentTime(timestampMs);
+    const bool fileOpen = !m_awaitingFirstFrame && m_state != ended && m_state != failed;
+    if (m_player && fileOpen && m_currentIndex >= 0 && m_segments.at(m_currentIndex).covers(timestampMs)) {
+        const double offset = secondsBetween(m_segments.at(m_currentIndex).startMs, timestampMs);
+        logDebug(QStringLiteral("seek ts=%1 within current segment (%2s)")
+                     .arg(Instants::logText(timestampMs))
+                     .arg(offset, 0, 'f', 1));
+        m_player->seekTo(offset);
+        return;
+    }
+    const int index = m_segments.covering(timestampMs);
+    if (index >= 0) {
+        logInfo(QStringLiteral("seek ts=%1 → loaded segment idx=%2")
+                    .arg(Instants::logText(timestampMs))
+                    .arg(index));
+        m_pendingSeekMs = timestampMs;
+        playSegment(index, true);
+        return;
+    }
+    logInfo(QStringLiteral("seek ts=%1 outside loaded window → refetch").arg(Instants::logText(timestampMs)));
+    startFrom(m_cameraId, timestampMs);
+}
+
+void ArchivePlayer::showAt(qint64 timestampMs)
+{
+    if (m_cameraId.isEmpty() || timestampMs <= 0)
+        return;
+    if (!isCovered(timestampMs)) {
+        setCurrentTime(timestampMs);
+        if (m_state != noFootage) {
+            m_currentIndex = -1;
+            if (m_player)
+                m_player->setPaused(true);
+            setState(noFootage);
+        }
+        return;
+    }
+    const qint64 drift = std::abs(timestampMs - m_lastShowAtMs);
+    m_lastShowAtMs = timestampMs;
+    m_clock.setClock(timestampMs);
+    const bool showing = m_state == ::playing || m_state == paused;
+    if ((showing && drift <= driftMs) || m_state == loading)
+        return;
+
+    const int index = m_segments.covering(timestampMs);
+    if (index < 0) {
+        if (!m_emptyResult)
+            startFrom(m_cameraId, timestampMs);
+        return;
+    }
+    setCurrentTime(timestampMs);
+    if (showing && index == m_currentIndex && m_player) {
+        m_player->seekTo(secondsBetween(m_segments.at(index).startMs, timestampMs));
+        return;
+    }
+    m_pendingSeekMs = timestampMs;
+    m_pendingIndex = -1;
+    setState(loading);
+    playSegment(index, true);
+}
+
+void ArchivePlayer::pause()
+{
+    if (!m_player || m_state != ::playing)
+        return;
+    m_player->setPaused(true);
+    setState(paused);
+}
+
+void ArchivePlayer::resume()
+{
+    if (!m_player || m_state != paused)
+        return;
+    m_clock.reset();
+    m_player->setPaused(false);
+    setState(::playing);
+}
+
+void ArchivePlayer::stop()
+{
+    forgetSegments();
+    if (m_player)
+        m_player->stop();
+    m_awaitingFirstFrame = false;
+    m_cameraId.clear();
+    m_pendingSeekMs = -1;
+    setCurrentTime(0);
+    setState(idle);
+}
+
+void ArchivePlayer::forgetSegments()
+{
+    m_segments.clear();
+    m_currentIndex = -1;
+    m_pendingIndex = -1;
+    m_fetchingMore = false;
+}
+
+void ArchivePlayer::onSegmentsReceived(
+    const QString &cameraId, const QList<SegmentData> &segments, const QString &requestId)
+{
+    if (!isCurrentAnswer(cameraId, requestId))
+        return;
+    if (m_awaitingFirstFrame && !m_fetchingMore && m_metadataMs < 0)
+        m_metadataMs = m_firstFrameTimer.elapsed();
+    const bool appending = std::exchange(m_fetchingMore, false);
+    if (appending) {
+        append(segments);
+    } else {
+        m_segments.replace(segments);
+        m_currentIndex = -1;
+    }
+    logInfo(QStringLiteral("segments received cam=%1 got=%2 total=%3 append=%4")
+                .arg(cameraId)
+                .arg(segments.size())
+                .arg(m_segments.size())
+                .arg(appending ? QStringLiteral("yes") : QStringLiteral("no")));
+    m_emptyResult = m_segments.isEmpty();
+    if (m_emptyResult) {
+        const QString next = m_synchronized ? noFootage : ended;
+        logWarning(QStringLiteral("no segments for cam=%1 → %2 (no recording here?)").arg(cameraId, next));
+        setState(next);
+    } else if (m_pendingSeekMs < 0) {
+        playPending();
+    } else {
+        playFromTarget();
+    }
+}
+
+void ArchivePlayer::append(const QList<SegmentData> &segments)
+{
+    if (!m_segments.append(segments))
+        m_exhausted = true;
+    const int trimmed = m_segments.trim(m_currentIndex);
+    if (trimmed == 0)
+        return;
+    m_currentIndex -= trimmed;
+    if (m_pendingIndex >= 0)
+        m_pendingIndex -= trimmed;
+    logDebug(QStringLiteral("trimmed %1 old segments, keeping %2").arg(trimmed).arg(m_segments.size()));
+}
+
+void ArchivePlayer::playPending()
+{
+    const int index = std::exchange(m_pendingIndex, -1);
+    if (index < 0)
+        return;
+    if (index >= m_segments.size()) {
+        logInfo(QStringLiteral("no further segments after fetch → ended"));
+        setState(ended);
+        return;
+    }
+    playSegment(index, false);
+}
+
+void ArchivePlayer::playFromTarget()
+{
+    const qint64 target = m_pendingSeekMs;
+    m_pendingIndex = -1;
+    if (m_synchronized && m_segments.covering(target) < 0) {
+        logInfo(QStringLiteral("sync: ts=%1 not covered by any segment → no_footage")
+                    .arg(Instants::logText(target)));
+        m_pendingSeekMs = -1;
+        setState(noFootage);
+        return;
+    }
+    int index = m_segments.begunBy(target);
+    if (target > m_segments.at(index).endMs + gapMs && index + 1 < m_segments.size()) {
+        ++index;
+        logInfo(QStringLiteral("target ts=%1 in a gap → skip to next segment idx=%2")
+                    .arg(Instants::logText(target))
+                    .arg(index));
+        m_pendingSeekMs = -1;
+    }
+    playSegment(index, true);
+}
+
+void ArchivePlayer::playSegment(int index, bool showLoading)
+{
+    if (!m_segments.holds(index) || !m_player || !m_apiClient)
+        return;
+    m_currentIndex = index;
+    const SegmentWindow::Segment &segment = m_segments.at(index);
+    double offset = 0;
+    if (m_pendingSeekMs >= 0) {
+        offset
+            = secondsBetween(0, std::clamp<qint64>(m_pendingSeekMs - segment.startMs, 0, segment.lengthMs()));
+        m_pendingSeekMs = -1;
+    }
+    logInfo(QStringLiteral("play segment idx=%1 id=%2 start=%3 seek=%4s")
+                .arg(index)
+                .arg(segment.id)
+                .arg(Instants::logText(segment.startMs))
+                .arg(offset, 0, 'f', 1));
+    passToken();
+    const QString url = m_apiClient->segmentFileUrl(segment.id, segment.nodeId);
+    logDebug(QStringLiteral("  url=%1").arg(url));
+    m_player->setPaused(false);
+    if (offset > seekThreshold)
+        m_player->setSourceAndSeek(url, offset);
+    else
+        m_player->setSource(url);
+    applyRate(m_speed);
+    if (showLoading)
+        m_awaitingFirstFrame = true;
+    setState(showLoading ? loading : ::playing);
+}
+
+void ArchivePlayer::onFirstFrame()
+{
+    if (!m_awaitingFirstFrame)
+        return;
+    m_awaitingFirstFrame = false;
+    const qint64 total = m_firstFrameTimer.elapsed();
+    const qint64 metadata = std::max<qint64>(m_metadataMs, 0);
+    logInfo(QStringLiteral("first frame in %1 ms (metadata %2 + open/decode %3)")
+                .arg(total)
+                .arg(metadata)
+                .arg(total - metadata));
+    if (m_state == loading)
+        setState(::playing);
+}
+
+void ArchivePlayer::onItemStateChanged()
+{
+    if (!m_awaitingFirstFrame || !m_player || m_player->state() != failed)
+        return;
+    m_awaitingFirstFrame = false;
+    setState(failed);
+}
+
+void ArchivePlayer::onPositionChanged()
+{
+    if (!m_player || !m_segments.holds(m_currentIndex))
+        return;
+    // Until the next file is open, a position still belongs to the one before.
+    const double position = m_player->position();
+    if (std::abs(position) < longestPosition && (m_player->state() != loading || position == 0)) {
+        setCurrentTime(m_segments.at(m_currentIndex).startMs + static_cast<qint64>(position * 1000));
+        followClock();
+    }
+    const bool pausing = m_prefetchFailed.isValid() && !m_prefetchFailed.hasExpired(prefetchPauseMs);
+    if (!m_fetchingMore && !m_exhausted && !pausing && m_currentIndex >= m_segments.size() - prefetchDistance)
+        fetchMore();
+}
+
+void ArchivePlayer::followClock()
+{
+    if (!m_synchronized || m_state != ::playing)
+        return;
+    const double rate = m_clock.rateFor(m_currentTime, m_speed);
+    if (rate != m_appliedRate)
+        applyRate(rate);
+}
+
+void ArchivePlayer::onFileEnded()
+{
+    const int index = m_currentIndex;
+    if (!m_segments.holds(index))
+        return;
+    if (index + 1 == m_segments.size()) {
+        if (m_fetchingMore) {
+            m_pendingIndex = index + 1;
+            return;
+        }
+        m_pendingIndex = index + 1;
+        if (fetchMore()) {
+            setState(loading);
+        } else {
+            m_pendingIndex = -1;
+            setState(ended);
+        }
+        return;
+    }
+    const qint64 gap = m_segments.at(index + 1).startMs - m_segments.at(index).endMs;
+    if (gap <= gapMs) {
+        logDebug(QStringLiteral("segment ended idx=%1 → next idx=%2").arg(index).arg(index + 1));
+    } else if (m_synchronized) {
+        logInfo(
+            QStringLiteral("sync: segment idx=%1 ended into a %2ms gap → no_footage").arg(index).arg(gap));
+        if (m_player)
+            m_player->setPaused(true);
+        setState(noFootage);
+        return;
+    } else {
+        logInfo(QStringLiteral("segment ended idx=%1 → gap %2ms, jump to next idx=%3")
+                    .arg(index)
+                    .arg(gap)
+                    .arg(index + 1));
+        setCurrentTime(m_segments.at(index + 1).startMs);
+    }
+    m_pendingSeekMs = -1;
+    playSegment(index + 1, false);
+}
+
+bool ArchivePlayer::fetchMore()
+{
+    if (m_segments.isEmpty() || m_cameraId.isEmpty() || !m_apiClient)
+        return false;
+    m_fetchingMore = true;
+    const qint64 fromMs = m_segments.last().endMs;
+    logInfo(QStringLiteral("fetch more segments from %1 (have %2)")
+                .arg(Instants::logText(fromMs))
+                .arg(m_segments.size()));
+    m_apiClient->fetchSegments(m_cameraId, Instants::toDateTime(fromMs), pageLimit, m_requestId);
+    return true;
+}
+
+void ArchivePlayer::onSegmentsFailed(const QString &cameraId, const QString &error, const QString &requestId)
+{
+    if (!isCurrentAnswer(cameraId, requestId))
+        return;
+    logWarning(QStringLiteral("segments fetch failed cam=%1: %2").arg(cameraId, error));
+    if (std::exchange(m_fetchingMore, false)) {
+        m_prefetchFailed.start();
+        if (std::exchange(m_pendingIndex, -1) < 0)
+            return;
+    }
+    m_awaitingFirstFrame = false;
+    setState(failed);
+}
+
+bool ArchivePlayer::isCovered(qint64 ms) const
+{
+    return m_coverage.empty() || std::any_of(m_coverage.begin(), m_coverage.end(), [ms](const auto &span) {
+        return span.first <= ms && ms < span.second;
+    });
+}
+
+bool ArchivePlayer::isCurrentAnswer(const QString &cameraId, const QString &requestId) const
+{
+    return cameraId == m_cameraId && requestId == m_requestId && !m_cameraId.isEmpty();
+}
+
+void ArchivePlayer::setState(const QString &state)
+{
+    if (m_state == state)
+        return;
+    m_state = state;
+    emit stateChanged();
+}
+
+void ArchivePlayer::setCurrentTime(qint64 ms)
+{
+    if (m_currentTime == ms)
+        return;
+    m_currentTime = ms;
+    emit currentTimeChanged();
+}
