@@ -54,7 +54,28 @@ set(zorvel_qml_components
     WindowBase.qml
 )
 set(zorvel_qml_live
+    CameraDragLayer.qml
+    CameraList.qml
+    CameraPickerPopup.qml
+    CameraRow.qml
+    CameraSearchList.qml
+    CellButton.qml
+    CellControls.qml
+    CellDragMark.qml
+    CellHeader.qml
+    CellHint.qml
+    CellVeil.qml
+    DragGhost.qml
+    DragHandle.qml
+    GridCells.qml
+    GridKeys.qml
+    GridToolbar.qml
     LiveView.qml
+    PresetButton.qml
+    StreamLayer.qml
+    VideoCell.qml
+    VideoGrid.qml
+    grid.js
 )
 set(zorvel_qml_archive
 )

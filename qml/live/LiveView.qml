@@ -6,13 +6,26 @@ FocusScope {
     id: root
 
     property bool suspended: false
+    property alias grid: videoGrid
 
     signal pageRequested(string page)
 
     SidebarNav {
+        id: sidebar
+
         height: parent.height
-        focus: true
         activePage: "live"
         onPageRequested: page => root.pageRequested(page)
+    }
+    // Without a session nothing is watched, even though the page stays.
+    VideoGrid {
+        id: videoGrid
+
+        objectName: "liveGrid"
+        anchors.left: sidebar.right
+        anchors.right: parent.right
+        height: parent.height
+        focus: true
+        suspended: root.suspended || apiClient.authenticated === false
     }
 }

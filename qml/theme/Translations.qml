@@ -46,6 +46,17 @@ FloorPlanTexts {
     readonly property string shortcutRetry: t("Подключить камеру снова", "Connect the camera again")
     readonly property string shortcutBackToGrid: t("Вернуться к сетке", "Back to the grid")
 
+    // The live view.
+    readonly property string layouts: t("Раскладки", "Layouts")
+    readonly property string layoutTip: t("Раскладка %1 (клавиша %2)", "Layout %1 (key %2)")
+    readonly property string cellNumber: t("Ячейка %1", "Cell %1")
+    readonly property string cellEmpty: t("пусто", "empty")
+    readonly property string backToGrid: t("Вернуться к сетке", "Back to the grid")
+    readonly property string noCameraFound: t("Камеры не найдены", "No camera found")
+    readonly property string stateRecording: t("идёт запись", "recording")
+    readonly property string stateError: t("ошибка", "error")
+    readonly property string stateOffline: t("не в сети", "offline")
+
     property bool _restored: false
 
     readonly property var _days: ({
@@ -61,6 +72,11 @@ FloorPlanTexts {
     // The short name of a weekday "mon" to "sun"; undefined for anything else.
     function dayLabel(key: string) {
         return _days.hasOwnProperty(key) ? t(_days[key][0], _days[key][1]) : undefined
+    }
+
+    // What a camera's state is called; empty for a state that has not arrived.
+    function cameraStateLabel(state: string) : string {
+        return state === "" ? "" : state === "recording" ? stateRecording : state === "error" ? stateError : stateOffline
     }
 
     visible: false

@@ -1,0 +1,86 @@
+import QtQuick
+import QtQuick.Controls.Basic
+import ZorvelClient
+
+// Chooses the camera of a cell without dragging. Return takes the current row, which is the first match while typing;
+// Escape or a click outside cancels.
+Popup {
+    id: root
+
+    property int slotIndex: -1
+    // Whether the keyboard opened it, so that the focus is marked again afterwards.
+    property bool byKeyboard: false
+
+    signal cameraSelected(string cameraId)
+
+    // Opens for one of the slots; `slots` has the camera of each, which the list marks as shown already.
+    function openFor(slot: int, slots: var, keyboard: bool) {
+        slotIndex = slot
+        byKeyboard = keyboard
+        list.marks = Object.fromEntries(
+            Array.from(slots, (cameraId, index) => [cameraId, Translations.cellNumber.arg(index + 1)]))
+        open()
+    }
+
+    anchors.centerIn: parent
+    width: 280
+    height: Math.min(420, parent.height - 80)
+    padding: Theme.spacingMD
+    modal: true
+    focus: true
+    closePolicy: settled.running ? Popup.CloseOnEscape : Popup.CloseOnEscape | Popup.CloseOnPressOutside
+    onAboutToShow: {
+        list.reset()
+        settled.start()
+    }
+    onOpened: list.forceActiveFocus(Qt.PopupFocusReason)
+
+    // The second click of a double click on an empty cell is not a click beside the picker.
+    Timer {
+        id: settled
+
+        interval: Application.styleHints.mouseDoubleClickInterval
+    }
+
+    Overlay.modal: Rectangle {
+        color: Theme.overlayControl
+    }
+    background: Rectangle {
+        color: Theme.surfaceDark
+        radius: Theme.radiusLG
+        border.width: 1
+        border.color: Theme.borderSubtle
+    }
+    contentItem: FocusScope {
+        Accessible.role: Accessible.Dialog
+        Accessible.name: title.text
+
+        Text {
+            id: title
+
+            width: parent.width
+            text: Translations.selectCameraTitle
+            color: Theme.textPrimary
+            font.pixelSize: Theme.fontBase
+            font.weight: Font.DemiBold
+            elide: Text.ElideRight
+            Accessible.role: Accessible.Heading
+            Accessible.name: text
+        }
+        CameraSearchList {
+            id: list
+
+            anchors.top: title.bottom
+            anchors.topMargin: Theme.spacingSM
+            anchors.bottom: parent.bottom
+            width: parent.width
+            focus: true
+            rowHeight: 36
+            active: root.visible
+            onCameraPicked: cameraId => {
+                root.close()
+                root.cameraSelected(cameraId)
+            }
+        }
+    }
+}

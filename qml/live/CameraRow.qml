@@ -1,0 +1,60 @@
+import QtQuick
+import ZorvelClient
+
+// One camera of a list: its status, its name and, at the end, where it is shown already.
+Item {
+    id: root
+
+    property string cameraId: ""
+    property string cameraName: ""
+    property string cameraState: ""
+    property string mark: ""
+    property bool hovered: false
+    property bool current: false
+
+    signal pressed()
+
+    Accessible.role: Accessible.ListItem
+    Accessible.name: [cameraName, Translations.cameraStateLabel(cameraState), mark].filter(Boolean).join(", ")
+    Accessible.selected: current
+    Accessible.onPressAction: pressed()
+
+    Rectangle {
+        anchors.fill: parent
+        visible: root.current || root.hovered
+        color: Theme.surfaceMedium
+        radius: Theme.radius
+        border.width: root.current ? 1 : 0
+        border.color: Theme.focusRing
+    }
+    StatusDot {
+        id: dot
+
+        x: Theme.spacingSM
+        anchors.verticalCenter: parent.verticalCenter
+        cameraState: root.cameraState
+    }
+    Text {
+        anchors.left: dot.right
+        anchors.right: markLabel.left
+        anchors.margins: Theme.spacingSM
+        anchors.verticalCenter: parent.verticalCenter
+        text: root.cameraName
+        textFormat: Text.PlainText
+        color: Theme.textPrimary
+        font.pixelSize: Theme.fontSM
+        elide: Text.ElideRight
+        maximumLineCount: 1
+    }
+    Text {
+        id: markLabel
+
+        anchors.right: parent.right
+        anchors.rightMargin: Theme.spacingSM
+        anchors.verticalCenter: parent.verticalCenter
+        text: root.mark
+        textFormat: Text.PlainText
+        color: Theme.textMuted
+        font.pixelSize: Theme.fontXS
+    }
+}

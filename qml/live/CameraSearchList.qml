@@ -1,0 +1,152 @@
+import QtQuick
+import ZorvelClient
+
+// A search field over the list of cameras. The field keeps the keyboard: Up, Down, Page Up and Page Down move the
+// current row, Return picks it. Typing makes the first match the current row.
+FocusScope {
+    id: root
+
+    property alias searchText: search.text
+    property alias count: list.count
+    property alias currentIndex: list.currentIndex
+    property int rowHeight: Theme.rowHeight
+    property bool dragEnabled: false
+    // Cameras that are shown already, camera id to the text that says where.
+    property var marks: ({})
+    // A list that nobody sees follows no camera.
+    property bool active: visible
+
+    signal cameraPicked(string cameraId)
+    signal cameraDragStarted(string cameraId, real globalX, real globalY)
+    signal cameraDragMoved(real globalX, real globalY)
+    signal cameraDragEnded()
+
+    function pick(index: int) {
+        const cameraId = cameras.cameraIdAt(index)
+        if (cameraId !== "")
+            cameraPicked(cameraId)
+    }
+
+    function handleKey(event: var) {
+        if (event.key === Qt.Key_Return || event.key === Qt.Key_Enter) {
+            event.accepted = true
+            if (!event.isAutoRepeat)
+                pick(Math.max(0, list.currentIndex))
+            return
+        }
+        const page = Math.max(1, Math.floor(list.height / rowHeight) - 1)
+        const steps = {
+            [Qt.Key_Up]: -1, [Qt.Key_Down]: 1, [Qt.Key_PageUp]: -page, [Qt.Key_PageDown]: page
+        }
+        event.accepted = event.key in steps
+        if (event.accepted && list.count > 0)
+            list.currentIndex = Math.max(0, Math.min(list.count - 1, list.currentIndex + steps[event.key]))
+    }
+
+    function reset() {
+        search.clear()
+        selectFirst()
+    }
+
+    function selectFirst() {
+        list.currentIndex = list.count > 0 ? 0 : -1
+        list.positionViewAtBeginning()
+    }
+
+    CameraFilterModel {
+        id: cameras
+
+        sourceModel: root.active ? cameraModel : null
+        filterText: search.text.trim()
+        onFilterTextChanged: root.selectFirst()
+        onModelReset: root.selectFirst()
+    }
+
+    StyledTextField {
+        id: search
+
+        objectName: "cameraSearchField"
+        width: parent.width
+        focus: true
+        placeholderText: Translations.searchPlaceholder
+        Keys.onPressed: event => root.handleKey(event)
+    }
+    StyledListView {
+        id: list
+
+        objectName: "cameraRows"
+        anchors.top: search.bottom
+        anchors.topMargin: Theme.spacingSM
+        anchors.bottom: parent.bottom
+        width: parent.width
+        spacing: 0
+        model: cameras
+        reuseItems: true
+        highlightMoveDuration: 0
+        emptyText: search.text === "" ? Translations.adminEmptyCameras : Translations.noCameraFound
+
+        delegate: CameraRow {
+            required property int index
+            required property var model
+
+            objectName: "cameraRow_" + cameraId
+            width: ListView.view.width
+            height: root.rowHeight
+            cameraId: model.cameraId
+            cameraName: model.cameraName
+            cameraState: model.state
+            mark: root.marks[cameraId] ?? ""
+            hovered: pointer.hoveredIndex === index
+            current: search.activeFocus && ListView.isCurrentItem
+            onPressed: root.pick(index)
+        }
+
+        // One for all rows, so that a drag outlives a row that goes while the list is fetched anew.
+        MouseArea {
+            id: pointer
+
+            readonly property int hoveredIndex: containsMouse ? list.indexAt(1, mouseY + list.contentY) : -1
+            property point pressedAt
+            property string pressedCamera: ""
+            property bool dragging: false
+
+            function follow(event: var) {
+                const position = mapToGlobal(event.x, event.y)
+                const dx = event.x - pressedAt.x
+                const dy = event.y - pressedAt.y
+                if (dragging) {
+                    root.cameraDragMoved(position.x, position.y)
+                } else if (pressedCamera !== "" && dx * dx + dy * dy > Theme.dragThresholdSq) {
+                    dragging = true
+                    root.cameraDragStarted(pressedCamera, position.x, position.y)
+                }
+            }
+
+            function endDrag() {
+                if (dragging)
+                    root.cameraDragEnded()
+            }
+
+            z: -1
+            anchors.fill: parent
+            hoverEnabled: true
+            preventStealing: root.dragEnabled
+            cursorShape: hoveredIndex >= 0 ? Qt.PointingHandCursor : Qt.ArrowCursor
+            onPressed: event => {
+                pressedAt = Qt.point(event.x, event.y)
+                pressedCamera = cameras.cameraIdAt(hoveredIndex)
+                dragging = false
+            }
+            onPositionChanged: event => {
+                if (pressed && root.dragEnabled)
+                    follow(event)
+            }
+            onClicked: {
+                if (!dragging)
+                    root.pick(hoveredIndex)
+            }
+            onReleased: endDrag()
+            onCanceled: endDrag()
+        }
+    }
+}

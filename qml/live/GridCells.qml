@@ -1,0 +1,52 @@
+import QtQuick
+import ZorvelClient
+import "grid.js" as Grid
+
+// The cells of a grid, created once, and what reaches them of their cameras and streams.
+Item {
+    id: root
+
+    required property Item grid
+    required property StreamLayer streams
+
+    readonly property var _slotOf: Grid.slotByCamera(grid.slots)
+
+    function cellAt(index: int) : Item {
+        return cells.itemAt(index)
+    }
+
+    Connections {
+        target: cameraModel
+
+        function onModelReset() {
+            for (let index = 0; index < cells.count; ++index)
+                cells.itemAt(index).refresh()
+        }
+
+        function onCameraStateChanged(cameraId, state) {
+            const index = root._slotOf.get(cameraId)
+            if (index !== undefined)
+                cells.itemAt(index).cameraState = state
+        }
+    }
+    Connections {
+        target: root.streams
+
+        function onStreamStateChanged(cameraId, state) {
+            const index = root._slotOf.get(cameraId)
+            if (index !== undefined)
+                cells.itemAt(index).streamState = state
+        }
+    }
+
+    Repeater {
+        id: cells
+
+        model: root.grid.cellPool
+
+        VideoCell {
+            grid: root.grid
+            streams: root.streams
+        }
+    }
+}

@@ -1,0 +1,81 @@
+import QtQuick
+import QtQuick.Controls.Basic
+import ZorvelClient
+
+// Chooses a preset: its cells in small and its name.
+ButtonBase {
+    id: root
+
+    required property string preset
+    // The key that does the same.
+    required property int number
+    // The preset's cells: the result of cellLayout(), and its grid units.
+    required property var units
+    required property int cols
+    required property int rows
+    property bool current: false
+
+    objectName: "presetButton_" + preset
+    implicitWidth: content.width + 2 * Theme.spacingSM
+    implicitHeight: Theme.rowHeight
+    text: preset
+    focusPolicy: current ? Qt.StrongFocus : Qt.ClickFocus
+    Accessible.role: Accessible.RadioButton
+    Accessible.name: tip.text
+    Accessible.checkable: true
+    Accessible.checked: current
+    ToolTip.text: tip.text
+    ToolTip.visible: hovered || visualFocus
+    ToolTip.delay: Theme.toolTipDelay
+
+    contentItem: Item {
+        Row {
+            id: content
+
+            anchors.centerIn: parent
+            spacing: Theme.spacingXS + 2
+
+            Item {
+                id: icon
+
+                anchors.verticalCenter: parent.verticalCenter
+                width: 23
+                height: 15
+
+                Repeater {
+                    model: root.units
+
+                    Rectangle {
+                        required property var modelData
+                        readonly property real right: Math.round((modelData.col + modelData.colSpan) * 24 / root.cols)
+                        readonly property real bottom: Math.round((modelData.row + modelData.rowSpan) * 16 / root.rows)
+
+                        x: Math.round(modelData.col * 24 / root.cols)
+                        y: Math.round(modelData.row * 16 / root.rows)
+                        width: right - x - 1
+                        height: bottom - y - 1
+                        color: label.color
+                    }
+                }
+            }
+            Text {
+                id: label
+
+                anchors.verticalCenter: parent.verticalCenter
+                text: root.preset
+                color: root.current ? Theme.textOnAccent : root.hovered ? Theme.textPrimary : Theme.textSecondary
+                font.pixelSize: Theme.fontXS
+            }
+        }
+    }
+    background: Rectangle {
+        radius: Theme.radius
+        color: root.current ? Theme.accent : root.hovered ? Theme.surfaceLight : "transparent"
+    }
+
+    QtObject {
+        id: tip
+
+        readonly property string text: Translations.layoutTip.arg(root.preset).arg(root.number)
+    }
+}

@@ -1,0 +1,61 @@
+import QtQuick
+import ZorvelClient
+
+// The video behind the cells: one stream view per camera of the pool. A view follows its camera from cell to cell, so
+// that no change of the grid reconnects a stream.
+Item {
+    id: root
+
+    signal streamStateChanged(string cameraId, string state)
+
+    // Places the cameras that the grid shows: a list of {cameraId, x, y, w, h, visible, preferMain, suspended, hasSub,
+    // z}. The streams of all others are parked.
+    function sync(placements: var) {
+        pool.sync(placements)
+    }
+
+    function displayStateFor(cameraId: string) : string {
+        return pool.displayStateFor(cameraId)
+    }
+
+    function retry(cameraId: string) {
+        for (let i = 0; i < views.count; ++i) {
+            const view = views.itemAt(i)
+            if (view.cameraId === cameraId)
+                view.retry()
+        }
+    }
+
+    StreamPoolModel {
+        id: pool
+
+        onStreamStateChanged: (cameraId, state) => root.streamStateChanged(cameraId, state)
+    }
+
+    // x, y, width, height, visible and z would find the view's own properties: the roles are read through `model`.
+    Repeater {
+        id: views
+
+        model: pool
+
+        CameraStreamView {
+            id: view
+
+            required property var model
+
+            cameraId: model.cameraId
+            x: model.x
+            y: model.y
+            width: model.w
+            height: model.h
+            visible: model.visible
+            preferMain: model.preferMain
+            suspended: model.suspended
+            hasSubStream: model.hasSub
+            z: model.z
+            stretch: AppSettings.stretchVideo
+            onDisplayStateChanged: pool.reportDisplayState(cameraId, displayState)
+            Component.onCompleted: init(apiClient)
+        }
+    }
+}
