@@ -1,5 +1,5 @@
 import QtQuick
-import QtQuick.Controls.Basic
+import QtQuick.Controls
 import ZorvelClient
 
 // Chooses the camera of a cell without dragging. Return takes the current row, which is the first match while typing;
@@ -13,12 +13,11 @@ Popup {
 
     signal cameraSelected(string cameraId)
 
-    // Opens for one of the slots; `slots` has the camera of each, which the list marks as shown already.
-    function openFor(slot: int, slots: var, keyboard: bool) {
+    // Opens for a slot; `slotOf` tells which cameras have a slot already.
+    function openFor(slot: int, slotOf: var, keyboard: bool) {
         slotIndex = slot
         byKeyboard = keyboard
-        list.marks = Object.fromEntries(
-            Array.from(slots, (cameraId, index) => [cameraId, Translations.cellNumber.arg(index + 1)]))
+        list.slotOf = slotOf
         open()
     }
 

@@ -1,4 +1,5 @@
 import QtQuick
+import QtQuick.Controls
 import ZorvelClient
 
 // A search field over the list of cameras. The field keeps the keyboard: Up, Down, Page Up and Page Down move the
@@ -11,8 +12,8 @@ FocusScope {
     property alias currentIndex: list.currentIndex
     property int rowHeight: Theme.rowHeight
     property bool dragEnabled: false
-    // Cameras that are shown already, camera id to the text that says where.
-    property var marks: ({})
+    // The cameras that are shown already: a Map of camera id to slot index.
+    property var slotOf: new Map()
     // A list that nobody sees follows no camera.
     property bool active: visible
 
@@ -22,9 +23,8 @@ FocusScope {
     signal cameraDragEnded()
 
     function pick(index: int) {
-        const cameraId = cameras.cameraIdAt(index)
-        if (cameraId !== "")
-            cameraPicked(cameraId)
+        if (index >= 0 && index < list.count)
+            cameraPicked(cameras.cameraIdAt(index))
     }
 
     function handleKey(event: var) {
@@ -82,8 +82,14 @@ FocusScope {
         spacing: 0
         model: cameras
         reuseItems: true
+        cacheBuffer: 0
         highlightMoveDuration: 0
         emptyText: search.text === "" ? Translations.adminEmptyCameras : Translations.noCameraFound
+
+        onCountChanged: {
+            if (currentIndex < 0)
+                root.selectFirst()
+        }
 
         delegate: CameraRow {
             required property int index
@@ -95,7 +101,7 @@ FocusScope {
             cameraId: model.cameraId
             cameraName: model.cameraName
             cameraState: model.state
-            mark: root.marks[cameraId] ?? ""
+            mark: root.slotOf.has(cameraId) ? Translations.cellNumber.arg(root.slotOf.get(cameraId) + 1) : ""
             hovered: pointer.hoveredIndex === index
             current: search.activeFocus && ListView.isCurrentItem
             onPressed: root.pick(index)
@@ -105,10 +111,15 @@ FocusScope {
         MouseArea {
             id: pointer
 
-            readonly property int hoveredIndex: containsMouse ? list.indexAt(1, mouseY + list.contentY) : -1
+            readonly property int hoveredIndex: containsMouse ? rowAt(mouseY, list.contentY) : -1
             property point pressedAt
+            property int pressedIndex: -1
             property string pressedCamera: ""
             property bool dragging: false
+
+            function rowAt(y: real, contentY: real) : int {
+                return list.indexAt(1, y + contentY)
+            }
 
             function follow(event: var) {
                 const position = mapToGlobal(event.x, event.y)
@@ -127,23 +138,25 @@ FocusScope {
                     root.cameraDragEnded()
             }
 
-            z: -1
+            parent: list
             anchors.fill: parent
+            anchors.rightMargin: list.ScrollBar.vertical.width
             hoverEnabled: true
             preventStealing: root.dragEnabled
             cursorShape: hoveredIndex >= 0 ? Qt.PointingHandCursor : Qt.ArrowCursor
             onPressed: event => {
                 pressedAt = Qt.point(event.x, event.y)
-                pressedCamera = cameras.cameraIdAt(hoveredIndex)
+                pressedIndex = rowAt(event.y, list.contentY)
+                pressedCamera = pressedIndex < 0 ? "" : cameras.cameraIdAt(pressedIndex)
                 dragging = false
             }
             onPositionChanged: event => {
                 if (pressed && root.dragEnabled)
                     follow(event)
             }
-            onClicked: {
-                if (!dragging)
-                    root.pick(hoveredIndex)
+            onClicked: event => {
+                if (!dragging && rowAt(event.y, list.contentY) === pressedIndex)
+                    root.pick(pressedIndex)
             }
             onReleased: endDrag()
             onCanceled: endDrag()

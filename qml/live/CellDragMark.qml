@@ -24,6 +24,7 @@ Rectangle {
         Text {
             id: label
 
+            objectName: "dropLabel"
             anchors.centerIn: parent
             width: Math.min(implicitWidth, root.width - 2 * Theme.spacingMD)
             text: root.cell.grid.slotDragActive ? "⇄ " + Translations.swapCells : Translations.replaceCamera

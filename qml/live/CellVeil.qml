@@ -10,6 +10,7 @@ Rectangle {
 
     signal retryRequested()
 
+    objectName: "cellVeil"
     color: Theme.veil
 
     Column {

@@ -9,7 +9,8 @@ Item {
     required property Item grid
     required property StreamLayer streams
 
-    readonly property var _slotOf: Grid.slotByCamera(grid.slots)
+    // The slot of each camera that has one: a Map of camera id to slot index.
+    readonly property var slotOf: Grid.slotByCamera(grid.slots)
 
     function cellAt(index: int) : Item {
         return cells.itemAt(index)
@@ -24,7 +25,7 @@ Item {
         }
 
         function onCameraStateChanged(cameraId, state) {
-            const index = root._slotOf.get(cameraId)
+            const index = root.slotOf.get(cameraId)
             if (index !== undefined)
                 cells.itemAt(index).cameraState = state
         }
@@ -33,7 +34,7 @@ Item {
         target: root.streams
 
         function onStreamStateChanged(cameraId, state) {
-            const index = root._slotOf.get(cameraId)
+            const index = root.slotOf.get(cameraId)
             if (index !== undefined)
                 cells.itemAt(index).streamState = state
         }

@@ -49,7 +49,7 @@ Item {
             required property int index
             required property string modelData
 
-            sequence: index + 1
+            sequence: String(index + 1)
             enabled: root.enabled && root.grid.visible
             onActivated: root.grid.currentLayout = modelData
         }

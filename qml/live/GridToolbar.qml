@@ -7,6 +7,7 @@ FocusScope {
 
     required property GridLayoutModel layout
     required property var presets
+    readonly property bool dense: width < 720
 
     signal presetChosen(string preset)
 
@@ -31,11 +32,8 @@ FocusScope {
     Row {
         x: Theme.spacingSM
         anchors.verticalCenter: parent.verticalCenter
-        spacing: Math.max(0, Math.min(Theme.spacingXS, (root.width - 2 * x - buttonsWidth) / 8))
-
+        spacing: root.dense ? 2 : Theme.spacingXS
         Keys.onPressed: event => root.moveFocus(event)
-
-        readonly property real buttonsWidth: children.reduce((sum, child) => sum + child.width, 0)
 
         Repeater {
             id: buttons
@@ -52,6 +50,7 @@ FocusScope {
                 cols: root.layout.layoutCols(preset)
                 rows: root.layout.layoutRows(preset)
                 current: root.layout.currentLayout === preset
+                dense: root.dense
                 onClicked: root.presetChosen(preset)
             }
         }

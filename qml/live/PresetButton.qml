@@ -14,12 +14,13 @@ ButtonBase {
     required property int cols
     required property int rows
     property bool current: false
+    property bool dense: false
 
     objectName: "presetButton_" + preset
-    implicitWidth: content.width + 2 * Theme.spacingSM
+    implicitWidth: content.width + 2 * (dense ? Theme.spacingXS : Theme.spacingSM)
     implicitHeight: Theme.rowHeight
     text: preset
-    focusPolicy: current ? Qt.StrongFocus : Qt.ClickFocus
+    focusPolicy: current || activeFocus ? Qt.StrongFocus : Qt.ClickFocus
     Accessible.role: Accessible.RadioButton
     Accessible.name: tip.text
     Accessible.checkable: true
@@ -33,7 +34,7 @@ ButtonBase {
             id: content
 
             anchors.centerIn: parent
-            spacing: Theme.spacingXS + 2
+            spacing: root.dense ? Theme.spacingXS : Theme.spacingSM
 
             Item {
                 id: icon
@@ -47,13 +48,13 @@ ButtonBase {
 
                     Rectangle {
                         required property var modelData
-                        readonly property real right: Math.round((modelData.col + modelData.colSpan) * 24 / root.cols)
-                        readonly property real bottom: Math.round((modelData.row + modelData.rowSpan) * 16 / root.rows)
+                        readonly property real endX: Math.round((modelData.col + modelData.colSpan) * 24 / root.cols)
+                        readonly property real endY: Math.round((modelData.row + modelData.rowSpan) * 16 / root.rows)
 
                         x: Math.round(modelData.col * 24 / root.cols)
                         y: Math.round(modelData.row * 16 / root.rows)
-                        width: right - x - 1
-                        height: bottom - y - 1
+                        width: endX - x - 1
+                        height: endY - y - 1
                         color: label.color
                     }
                 }

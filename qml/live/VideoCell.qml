@@ -52,7 +52,7 @@ T.Control {
     height: _geometry.h
     visible: index < grid.cells && (grid.maximizedSlot === -1 || maximized)
     focus: index === 0
-    focusPolicy: index === grid.currentSlot ? Qt.TabFocus : Qt.NoFocus
+    focusPolicy: index === grid.currentSlot || activeFocus ? Qt.TabFocus : Qt.NoFocus
     Accessible.role: Accessible.Button
     Accessible.name: [Translations.cellNumber.arg(index + 1), cameraName, _stateText].filter(Boolean).join(", ")
     Accessible.focusable: true

@@ -84,12 +84,12 @@ FocusScope {
     }
 
     function openCameraPicker(slotIndex: int) {
-        picker.openFor(slotIndex, layout.slotCameras, cellArea.cellAt(slotIndex).visualFocus)
+        picker.openFor(slotIndex, cellArea.slotOf, cellArea.cellAt(slotIndex).visualFocus)
     }
 
     function focusSlot(index: int, reason: int) {
-        currentSlot = index
         cellArea.cellAt(index).forceActiveFocus(reason)
+        currentSlot = index
     }
 
     function startSlotDrag(fromSlotIndex: int, globalX: real, globalY: real) {
@@ -214,6 +214,7 @@ FocusScope {
         StreamLayer {
             id: streams
 
+            objectName: "streamLayer"
             anchors.fill: parent
         }
         GridCells {
@@ -241,6 +242,7 @@ FocusScope {
     CameraPickerPopup {
         id: picker
 
+        objectName: "cameraPicker"
         onCameraSelected: cameraId => root.assignSlotExclusive(slotIndex, cameraId)
         onClosed: root.focusSlot(slotIndex, byKeyboard ? Qt.TabFocusReason : Qt.PopupFocusReason)
     }

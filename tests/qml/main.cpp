@@ -1,5 +1,7 @@
+#include "CameraFeed.h"
 #include "StandIns.h"
 
+#include "app/QmlTypes.h"
 #include "net/ApiClient.h"
 
 #include <QCoreApplication>
@@ -90,6 +92,7 @@ public slots:
         QSettings::setDefaultFormat(QSettings::IniFormat);
         QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, m_settings.path());
         QQuickStyle::setStyle(QStringLiteral("Basic"));
+        registerQmlTypes();
     }
 
     void qmlEngineAvailable(QQmlEngine *engine)
@@ -98,6 +101,9 @@ public slots:
         QQmlContext *context = engine->rootContext();
         context->setContextProperty(QStringLiteral("apiClient"), new ScriptedApiClient(engine));
         context->setContextProperty(QStringLiteral("wsClient"), new StandInWsClient(engine));
+        auto *cameras = new CameraListModel(engine);
+        context->setContextProperty(QStringLiteral("cameraModel"), cameras);
+        context->setContextProperty(QStringLiteral("cameraFeed"), new CameraFeed(cameras, engine));
         context->setContextProperty(QStringLiteral("inspector"), new Inspector(engine));
     }
 

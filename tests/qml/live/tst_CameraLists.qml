@@ -1,0 +1,264 @@
+import QtQuick
+import QtTest
+import ZorvelClient
+
+TestCase {
+    id: testCase
+
+    name: "CameraLists"
+    when: windowShown
+    visible: true
+    width: 840
+    height: 520
+
+    property Item page: null
+    readonly property VideoGrid grid: page?.grid ?? null
+    readonly property CameraList list: page?.list ?? null
+
+    // A camera list beside a grid, wired as a window with both does it.
+    Component {
+        id: pageComponent
+
+        Item {
+            property alias grid: grid
+            property alias list: list
+            property string clicked: ""
+
+            anchors.fill: parent
+
+            CameraList {
+                id: list
+
+                height: parent.height
+                width: 200
+                onCameraClicked: cameraId => parent.clicked = cameraId
+                onCameraDragStarted: (cameraId, globalX, globalY) => layer.start(cameraId, globalX, globalY)
+                onCameraDragMoved: (globalX, globalY) => layer.move(globalX, globalY)
+                onCameraDragEnded: layer.end()
+            }
+            VideoGrid {
+                id: grid
+
+                x: 200
+                width: 640
+                height: parent.height
+                cameraDragActive: layer.active
+            }
+            CameraDragLayer {
+                id: layer
+
+                objectName: "dragLayer"
+                anchors.fill: parent
+            }
+        }
+    }
+
+    function init() {
+        Translations.language = "en"
+        cameraFeed.list(20)
+        page = createTemporaryObject(pageComponent, testCase)
+        waitForRendering(page)
+        mouseMove(testCase, 0, 0)
+    }
+
+    function cell(index) {
+        return findChild(grid, "videoCell_" + index)
+    }
+
+    function row(cameraId) {
+        return findChild(list, "cameraRow_" + cameraId)
+    }
+
+    function type(text) {
+        for (const character of text)
+            keyClick(character)
+    }
+
+    // The picker.
+
+    function openPicker(slot) {
+        grid.openCameraPicker(slot)
+        const picker = findChild(grid, "cameraPicker")
+        tryCompare(picker, "opened", true)
+        waitForRendering(picker.contentItem)
+        return {
+            popup: picker,
+            field: findChild(picker.contentItem, "cameraSearchField"),
+            rows: findChild(picker.contentItem, "cameraRows")
+        }
+    }
+
+    function test_picker_sizes() {
+        const picker = openPicker(0)
+        compare([picker.popup.width, picker.popup.height], [280, 420])
+        compare(picker.rows.currentItem.height, 36)
+        grid.height = 300
+        compare(picker.popup.height, 220)
+    }
+
+    function test_picker_filters_and_picks_data() {
+        return [
+            { tag: "first match", text: "camera 1", keys: [], picked: "cam1", count: 11 },
+            { tag: "second match", text: "CAMERA 1", keys: [Qt.Key_Down], picked: "cam10", count: 11 },
+            { tag: "not beyond the ends", text: "2", keys: [Qt.Key_Up, Qt.Key_PageDown, Qt.Key_Down],
+                picked: "cam20", count: 3 },
+            { tag: "no match", text: "zzz", keys: [], picked: "", count: 0 }
+        ]
+    }
+
+    function test_picker_filters_and_picks(data) {
+        const picker = openPicker(2)
+        verify(picker.field.activeFocus)
+        type(data.text)
+        compare(picker.rows.count, data.count)
+        compare(findChild(picker.rows, "emptyLabel").visible, data.count === 0)
+        data.keys.forEach(key => keyClick(key))
+        keyClick(Qt.Key_Return)
+        compare(grid.slots[2], data.picked)
+        compare(picker.popup.opened, data.picked === "")
+    }
+
+    function test_picker_moves_a_camera_and_marks_it() {
+        grid.assignSlot(0, "cam2")
+        const picker = openPicker(3)
+        const marked = findChild(picker.rows, "cameraRow_cam2")
+        compare(marked.mark, "Cell 1")
+        compare(findChild(picker.rows, "cameraRow_cam1").mark, "")
+        cameraFeed.setState("cam2", "error")
+        compare(marked.cameraState, "error")
+        mouseClick(marked)
+        compare(grid.slots, ["", "", "", "cam2"])
+        tryCompare(picker.popup, "visible", false)
+        compare(openPicker(1).field.text, "")
+    }
+
+    function test_picker_survives_a_double_click() {
+        mouseDoubleClickSequence(cell(3), 5, 5)
+        const popup = findChild(grid, "cameraPicker")
+        verify(popup.visible)
+        tryVerify(() => {
+            mouseClick(cell(3), 5, 5)
+            return !popup.visible
+        }, 2000, "a click beside it cancels")
+        compare(grid.slots[3], "")
+    }
+
+    // The list.
+
+    function test_list_click_and_keys() {
+        mouseClick(row("cam3"))
+        compare(page.clicked, "cam3")
+        findChild(list, "cameraSearchField").forceActiveFocus()
+        type("20")
+        keyClick(Qt.Key_Return)
+        compare(page.clicked, "cam20")
+        cameraFeed.setState("cam20", "recording")
+        compare(row("cam20").cameraState, "recording")
+    }
+
+    function dragFromRow(cameraId, path) {
+        mousePress(row(cameraId), 30, 10)
+        for (const [item, x, y] of path) {
+            const position = item.mapToItem(testCase, x, y)
+            mouseMove(testCase, position.x, position.y)
+        }
+    }
+
+    function dropAt(item, x, y) {
+        const position = item.mapToItem(testCase, x, y)
+        mouseRelease(testCase, position.x, position.y)
+    }
+
+    function test_list_drag_places_and_moves() {
+        for (const slot of [3, 0]) {
+            dragFromRow("cam5", [[row("cam5"), 60, 10], [cell(slot), 40, 40], [cell(slot), 42, 42]])
+            verify(grid.anyDragActive)
+            tryVerify(() => cell(slot).dropHovered)
+            dropAt(cell(slot), 42, 42)
+            compare(grid.slots.indexOf("cam5"), slot)
+            compare(grid.slots.filter(id => id === "cam5").length, 1)
+            verify(!grid.anyDragActive)
+        }
+        compare(page.clicked, "", "a drag is no click")
+    }
+
+    function test_list_drag_that_places_nothing_data() {
+        return [
+            { tag: "short move", from: [34, 13], starts: false },
+            { tag: "dragging is off", from: [60, 10], starts: false, off: true },
+            { tag: "dropped on the toolbar", from: [60, 10], starts: true, end: "toolbar" },
+            { tag: "escape", from: [60, 10], starts: true, escape: true }
+        ]
+    }
+
+    function test_list_drag_that_places_nothing(data) {
+        list.dragEnabled = !data.off
+        dragFromRow("cam5", [[row("cam5"), data.from[0], data.from[1]]])
+        compare(findChild(page, "dragLayer").active, data.starts)
+        const end = data.end === "toolbar" ? findChild(grid, "presetButton_1x1") : data.starts ? cell(0) : row("cam5")
+        if (data.starts)
+            dragFromHere(end)
+        if (data.escape)
+            keyClick(Qt.Key_Escape)
+        dropAt(end, 10, 10)
+        compare(grid.slots, ["", "", "", ""])
+        compare(page.clicked, data.starts ? "" : "cam5")
+        verify(!findChild(page, "dragLayer").active)
+    }
+
+    function dragFromHere(item) {
+        for (const offset of [8, 10]) {
+            const position = item.mapToItem(testCase, offset, offset)
+            mouseMove(testCase, position.x, position.y)
+        }
+    }
+
+    // The list is fetched anew while a camera is on its way.
+    function test_list_drag_outlives_a_reset() {
+        dragFromRow("cam5", [[row("cam5"), 60, 10]])
+        cameraFeed.list(20)
+        verify(findChild(page, "dragLayer").active)
+        dragFromHere(cell(1))
+        tryVerify(() => cell(1).dropHovered)
+        dropAt(cell(1), 10, 10)
+        compare(grid.slots[1], "cam5")
+    }
+
+    // Cells among themselves.
+
+    function test_slot_drag_data() {
+        return [
+            { tag: "onto a camera", to: 3, expected: ["cam2", "", "", "cam1"], text: "⇄ Swap" },
+            { tag: "onto an empty cell", to: 1, expected: ["", "cam1", "", "cam2"], text: "" },
+            { tag: "escape", to: 3, expected: ["cam1", "", "", "cam2"], text: "⇄ Swap", escape: true },
+            { tag: "preset changes", to: 3, expected: ["cam1", "", "", "cam2"], text: "⇄ Swap", preset: true }
+        ]
+    }
+
+    function test_slot_drag(data) {
+        grid.assignSlot(0, "cam1")
+        grid.assignSlot(3, "cam2")
+        mousePress(cell(0), 50, 50)
+        mouseMove(cell(0), 55, 55)
+        verify(!grid.slotDragActive, "7 px are no drag")
+        mouseMove(cell(0), 56, 56)
+        verify(grid.slotDragActive)
+        compare(grid.dragSourceSlot, 0)
+        const ghost = findChild(grid, "dragGhost")
+        verify(ghost.visible)
+        compare(ghost.text, "Camera 1")
+        dragFromHere(cell(data.to))
+        tryVerify(() => cell(data.to).dropHovered)
+        const label = findChild(cell(data.to), "dropLabel")
+        compare([label.visible, label.visible ? label.text : ""], [data.text !== "", data.text])
+        if (data.escape)
+            keyClick(Qt.Key_Escape)
+        if (data.preset) {
+            keyClick("3")
+            keyClick("2")
+        }
+        mouseRelease(cell(data.to), 10, 10)
+        compare(grid.slots, data.expected)
+        compare([grid.slotDragActive, grid.dragSourceSlot, grid.maximizedSlot], [false, -1, -1])
+    }
+}

@@ -1,0 +1,301 @@
+import QtQuick
+import QtTest
+import ZorvelClient
+
+TestCase {
+    id: testCase
+
+    name: "VideoGrid"
+    when: windowShown
+    visible: true
+    width: 640
+    height: 520
+
+    property VideoGrid grid: null
+
+    Component {
+        id: gridComponent
+
+        VideoGrid {
+            anchors.fill: parent
+            focus: true
+        }
+    }
+
+    function init() {
+        Translations.language = "en"
+        cameraFeed.list(20)
+        grid = createTemporaryObject(gridComponent, testCase)
+        grid.forceActiveFocus()
+        mouseMove(testCase, 0, 0)
+    }
+
+    function cell(index) {
+        return findChild(grid, "videoCell_" + index)
+    }
+
+    function streams() {
+        return findChild(grid, "streamLayer")
+    }
+
+    // The stream views that exist, parked ones included: camera id to view.
+    function views() {
+        const result = {}
+        for (const item of Array.from(streams().children)) {
+            if (item.cameraId !== undefined)
+                result[item.cameraId] = item
+        }
+        return result
+    }
+
+    function place(...cameraIds) {
+        cameraIds.forEach((cameraId, index) => grid.assignSlot(index, cameraId))
+        wait(0)
+    }
+
+    function rectOf(item) {
+        return [item.x, item.y, item.width, item.height].map(value => Math.round(value * 100) / 100)
+    }
+
+    // Placement.
+
+    function test_geometry_data() {
+        return [
+            { tag: "1x1", slot: 0, units: [0, 0, 1, 1], cols: 1, rows: 1, last: [0, 0, 1, 1] },
+            { tag: "2x2", slot: 3, units: [1, 1, 1, 1], cols: 2, rows: 2, last: [1, 1, 1, 1] },
+            { tag: "8x8", slot: 9, units: [1, 1, 1, 1], cols: 8, rows: 8, last: [7, 7, 1, 1] },
+            { tag: "1+5", slot: 0, units: [0, 0, 2, 2], cols: 3, rows: 3, last: [2, 2, 1, 1] },
+            { tag: "1+7", slot: 1, units: [2, 0, 1, 1], cols: 4, rows: 3, last: [2, 2, 2, 1] },
+            { tag: "2+8", slot: 1, units: [2, 0, 2, 2], cols: 4, rows: 4, last: [3, 3, 1, 1] }
+        ]
+    }
+
+    // Chrome and video sit in the same place: the cell's units of the area less a pixel on each side.
+    function test_geometry(data) {
+        grid.currentLayout = data.tag
+        grid.assignSlot(data.slot, "cam1")
+        const w = streams().width / data.cols
+        const h = streams().height / data.rows
+        const expected = units => [
+            units[0] * w + 1, units[1] * h + 1, units[2] * w - 2, units[3] * h - 2
+        ].map(value => Math.round(value * 100) / 100)
+        compare(rectOf(cell(data.slot)), expected(data.units))
+        compare(rectOf(cell(grid.cells - 1)), expected(data.last))
+        tryVerify(() => "cam1" in views())
+        compare(rectOf(views().cam1), rectOf(cell(data.slot)))
+        verify(cell(grid.cells - 1).visible)
+        verify(grid.cells === 64 || !cell(grid.cells).visible, "a cell beyond the preset")
+    }
+
+    function test_resize_moves_cells_and_streams() {
+        place("cam1", "cam2")
+        testCase.width = 800
+        tryVerify(() => views().cam2.x === 401)
+        compare(cell(1).x, 401)
+        testCase.width = 640
+    }
+
+    function test_streams_survive_presets() {
+        place("cam1", "cam2", "cam3", "cam4")
+        const before = views()
+        grid.currentLayout = "3x3"
+        wait(0)
+        grid.currentLayout = "1x1"
+        wait(0)
+        compare([views().cam1.visible, views().cam1.preferMain, views().cam2.visible], [true, true, false])
+        grid.currentLayout = "2x2"
+        wait(0)
+        compare(Object.keys(views()), ["cam1", "cam2", "cam3", "cam4"])
+        for (const cameraId in before)
+            verify(before[cameraId] === views()[cameraId], cameraId)
+        compare(grid.slots, ["cam1", "cam2", "cam3", "cam4"])
+        compare([views().cam1.preferMain, views().cam1.hasSubStream, views().cam2.hasSubStream],
+            [false, false, true])
+    }
+
+    function test_suspended_and_shown_again() {
+        place("cam1")
+        grid.suspended = true
+        tryCompare(views().cam1, "suspended", true)
+        grid.suspended = false
+        tryCompare(views().cam1, "suspended", false)
+    }
+
+    // Maximising.
+
+    function test_maximise_and_restore() {
+        place("cam1", "cam2")
+        const view = views().cam2
+        mouseDoubleClickSequence(cell(1))
+        compare(grid.maximizedSlot, 1)
+        compare(rectOf(cell(1)), [0, 0, streams().width, streams().height])
+        compare([cell(0).visible, cell(1).z], [false, 100])
+        tryCompare(view, "preferMain", true)
+        compare(rectOf(view), rectOf(cell(1)))
+        compare([views().cam1.visible, view.z], [false, 100])
+        verify(findChild(cell(1), "cellRestoreButton"))
+        mouseDoubleClickSequence(cell(1))
+        compare(grid.maximizedSlot, -1)
+        tryCompare(view, "preferMain", false)
+        verify(view === views().cam2)
+    }
+
+    function test_double_click_rules() {
+        mouseDoubleClickSequence(cell(2))
+        compare([grid.maximizedSlot, grid.currentLayout], [-1, "2x2"])
+        picker().close()
+        grid.currentLayout = "1x1"
+        grid.assignSlot(0, "cam1")
+        mouseDoubleClickSequence(cell(0))
+        compare(grid.currentLayout, "2x2")
+        compare(grid.maximizedSlot, -1)
+    }
+
+    // Keyboard.
+
+    function test_digits_choose_presets() {
+        const presets = ["1x1", "2x2", "3x3", "4x4", "5x5", "8x8", "1+5", "1+7", "2+8"]
+        presets.forEach((preset, index) => {
+            keyClick(Qt.Key_1 + index)
+            compare(grid.currentLayout, preset)
+            verify(findChild(grid, "presetButton_" + preset).current)
+        })
+        mouseClick(findChild(grid, "presetButton_3x3"))
+        compare(grid.currentLayout, "3x3")
+    }
+
+    function test_arrows_move_and_swap() {
+        keyClick(Qt.Key_7)
+        place("cam1")
+        grid.focusSlot(0, Qt.TabFocusReason)
+        const walk = [
+            [Qt.Key_Right, 1], [Qt.Key_Right, 1], [Qt.Key_Down, 2], [Qt.Key_Left, 0], [Qt.Key_Down, 3],
+            [Qt.Key_Up, 0], [Qt.Key_End, 5], [Qt.Key_Home, 0]
+        ]
+        for (const [key, slot] of walk) {
+            keyClick(key)
+            compare(grid.currentSlot, slot)
+            verify(cell(slot).visualFocus)
+        }
+        keyClick(Qt.Key_Right, Qt.ControlModifier)
+        compare(grid.slots[1], "cam1")
+        compare([grid.slots[0], grid.currentSlot], ["", 1])
+    }
+
+    function test_keys_of_a_cell() {
+        place("cam1", "cam2")
+        grid.focusSlot(1, Qt.TabFocusReason)
+        keyClick(Qt.Key_Return)
+        compare(grid.maximizedSlot, 1)
+        keyClick(Qt.Key_Right)
+        compare(grid.currentSlot, 1, "the other cells are hidden")
+        keyClick(Qt.Key_Escape)
+        compare(grid.maximizedSlot, -1)
+        keyClick(Qt.Key_Delete)
+        compare(grid.slots[1], "")
+        keyClick(Qt.Key_Return)
+        verify(picker().opened)
+        keyClick(Qt.Key_Escape)
+        tryCompare(picker(), "visible", false)
+        verify(cell(1).visualFocus, "the focus comes back marked")
+        keyClick("c")
+        verify(picker().opened)
+        keyClick(Qt.Key_Return)
+        compare(grid.slots[1], "cam1")
+    }
+
+    // A digit that is typed belongs to the field.
+    function test_picker_keeps_its_keys() {
+        keyClick(Qt.Key_Return)
+        keyClick("3")
+        compare(findChild(picker().contentItem, "cameraSearchField").text, "3")
+        compare(grid.currentLayout, "2x2")
+        picker().close()
+    }
+
+    function test_focus_stays_on_a_visible_cell() {
+        grid.currentLayout = "3x3"
+        grid.assignSlot(0, "cam1")
+        grid.focusSlot(8, Qt.TabFocusReason)
+        grid.currentLayout = "2x2"
+        compare(grid.currentSlot, 3)
+        verify(cell(3).visualFocus)
+        grid.maximizedSlot = 0
+        verify(cell(0).activeFocus)
+    }
+
+    // What a cell shows.
+
+    function test_veils() {
+        place("cam1")
+        const layer = streams()
+        layer.streamStateChanged("cam1", "error")
+        verify(findChild(cell(0), "cellVeil").failed)
+        verify(findChild(cell(0), "cellRetryButton"))
+        verify(cell(0).Accessible.name.includes(Translations.connectionError))
+        layer.streamStateChanged("cam1", "loading")
+        tryVerify(() => !findChild(cell(0), "cellRetryButton"))
+        verify(!findChild(cell(0), "cellVeil").failed)
+        layer.streamStateChanged("cam1", "playing")
+        tryVerify(() => !findChild(cell(0), "cellVeil"))
+        layer.streamStateChanged("cam2", "error")
+        compare(cell(0).streamState, "playing")
+    }
+
+    function test_recording_dot() {
+        place("cam1")
+        const dot = findChild(cell(0), "recordingDot")
+        verify(!dot.visible)
+        cameraFeed.setState("cam1", "recording")
+        verify(!dot.visible, "nothing plays yet")
+        streams().streamStateChanged("cam1", "playing")
+        verify(dot.visible)
+        mouseMove(cell(0), 100, 100)
+        tryCompare(cell(0), "controlsShown", true)
+        verify(!dot.visible)
+        mouseMove(cell(3), 50, 50)
+        tryCompare(dot, "visible", true)
+        cameraFeed.setState("cam1", "error")
+        verify(!dot.visible)
+        const before = Pulse.users
+        cameraFeed.setState("cam1", "recording")
+        compare(Pulse.users, before + 1)
+        grid.visible = false
+        compare(Pulse.users, before)
+    }
+
+    function test_hover_controls() {
+        place("cam1")
+        mouseMove(cell(0), 100, 100)
+        tryVerify(() => findChild(cell(0), "cellChangeButton"))
+        mouseClick(findChild(cell(0), "cellChangeButton"))
+        verify(picker().opened)
+        picker().close()
+        tryCompare(picker(), "visible", false)
+        mouseMove(cell(0), 110, 110)
+        tryVerify(() => findChild(cell(0), "cellClearButton"))
+        mouseClick(findChild(cell(0), "cellClearButton"))
+        compare(grid.slots[0], "")
+        compare(grid.maximizedSlot, -1)
+    }
+
+    // Stale slots.
+
+    function test_empty_list_prunes_nothing() {
+        cameraFeed.list(0)
+        grid.restore({ "2x2": ["cam1", "gone", "", "cam2"], "1x1": ["gone"] }, "2x2")
+        compare(grid.slots, ["cam1", "gone", "", "cam2"])
+        compare([cell(0).known, cell(0).occupied], [false, false])
+        cameraFeed.list(5)
+        compare(grid.slots, ["cam1", "", "", "cam2"])
+        compare(grid.layoutSlots["1x1"], [""])
+        compare([cell(0).cameraName, cell(0).occupied, cell(3).hasSub], ["Camera 1", true, true])
+        tryVerify(() => views().cam2?.hasSubStream)
+        grid.restore({ "2x2": ["gone"] }, "2x2")
+        compare(grid.slots, ["", "", "", ""])
+    }
+
+    function picker() {
+        return findChild(grid, "cameraPicker")
+    }
+}
