@@ -14,8 +14,21 @@
 
 namespace {
 
-std::atomic<CrashBackend *> activeBackend = nullptr;
+// Never freed: other threads may log until the process is gone.
+std::atomic<CrashBackend *> startedBackend = nullptr;
+std::atomic<bool> isOpen = false;
 std::atomic<QtMessageHandler> previousMessageHandler = nullptr;
+
+CrashBackend *openBackend()
+{
+    return isOpen ? startedBackend.load() : nullptr;
+}
+
+// The backend to close, for the first who asks.
+CrashBackend *takeBackend()
+{
+    return isOpen.exchange(false) ? startedBackend.load() : nullptr;
+}
 
 QString dsnFromEnvironment()
 {
@@ -56,7 +69,7 @@ CrashLevel levelOf(QtMsgType type)
 
 void forwardMessage(QtMsgType type, const QMessageLogContext &context, const QString &message)
 {
-    if (CrashBackend *backend = activeBackend) {
+    if (CrashBackend *backend = openBackend()) {
         const CrashLevel level = levelOf(type);
         const QString text = redactUrl(message);
         backend->log(level, text);
@@ -71,7 +84,7 @@ void forwardMessage(QtMsgType type, const QMessageLogContext &context, const QSt
 
 [[noreturn]] void reportTermination()
 {
-    if (CrashBackend *backend = activeBackend.exchange(nullptr)) {
+    if (CrashBackend *backend = takeBackend()) {
         backend->captureMessage(CrashLevel::Fatal, QStringLiteral("terminate"),
             QStringLiteral("unhandled C++ exception (std::terminate)"));
         backend->close();
@@ -98,8 +111,8 @@ void initCrashReporting(std::unique_ptr<CrashBackend> backend)
         return;
     }
     backend->setTag(QStringLiteral("component"), QStringLiteral("client"));
-    // Never freed: other threads may log until the process is gone.
-    activeBackend = backend.release();
+    startedBackend = backend.release();
+    isOpen = true;
     if (QtMessageHandler previous = qInstallMessageHandler(forwardMessage); previous != forwardMessage) {
         previousMessageHandler = previous;
     }
@@ -108,21 +121,21 @@ void initCrashReporting(std::unique_ptr<CrashBackend> backend)
 
 void addBreadcrumb(const QString &category, const QString &message, const QString &level)
 {
-    if (CrashBackend *backend = activeBackend) {
+    if (CrashBackend *backend = openBackend()) {
         backend->addBreadcrumb(category, redactUrl(message), level);
     }
 }
 
 void captureError(const QString &message)
 {
-    if (CrashBackend *backend = activeBackend) {
+    if (CrashBackend *backend = openBackend()) {
         backend->captureMessage(CrashLevel::Error, QStringLiteral("client"), redactUrl(message));
     }
 }
 
 void setCrashUser(const QString &username, const QString &server)
 {
-    if (CrashBackend *backend = activeBackend) {
+    if (CrashBackend *backend = openBackend()) {
         backend->setUser(username);
         backend->setTag(QStringLiteral("server"), redactUrl(server));
     }
@@ -130,14 +143,14 @@ void setCrashUser(const QString &username, const QString &server)
 
 void clearCrashUser()
 {
-    if (CrashBackend *backend = activeBackend) {
+    if (CrashBackend *backend = openBackend()) {
         backend->removeUser();
     }
 }
 
 void closeCrashReporting()
 {
-    if (CrashBackend *backend = activeBackend.exchange(nullptr)) {
+    if (CrashBackend *backend = takeBackend()) {
         backend->close();
     }
 }

@@ -47,6 +47,7 @@ private:
     QTimer *timer(const char *name) const { return m_client->findChild<QTimer *>(name); }
     // Connects and returns the server's end.
     QWebSocket *connected();
+    QWebSocket *accepted();
     // Lets the wait that has just begun end at once, and returns how long it would have been.
     int skipWait();
     QStringList breadcrumbs() const { return reports.take().replaceInStrings("breadcrumb|ws|", ""); }
@@ -83,7 +84,14 @@ QWebSocket *EventChannelTest::connected()
     if (!arrived.wait() || !QTest::qWaitFor([this] { return m_client->isConnected(); })) {
         qFatal("no connection");
     }
-    return m_server->nextPendingConnection();
+    return accepted();
+}
+
+QWebSocket *EventChannelTest::accepted()
+{
+    QWebSocket *socket = m_server->nextPendingConnection();
+    socket->setParent(m_server.get());
+    return socket;
 }
 
 int EventChannelTest::skipWait()
@@ -196,7 +204,7 @@ void EventChannelTest::reconnectsWithAFreshToken()
     QCOMPARE(skipWait(), 1000);
     QTRY_VERIFY(m_client->isConnected());
     QCOMPARE(changed.size(), 3);
-    QCOMPARE(m_server->nextPendingConnection()->request().rawHeader("Authorization"), "Bearer fresh");
+    QCOMPARE(accepted()->request().rawHeader("Authorization"), "Bearer fresh");
     QCOMPARE(breadcrumbs(),
         QStringList({"connected|info", "disconnected, will reconnect|warning", "connected|info"}));
 }
@@ -295,7 +303,7 @@ void EventChannelTest::intentionalClose()
 
     // A close while waiting ends the waiting.
     QTRY_VERIFY(m_client->isConnected());
-    m_server->nextPendingConnection()->abort();
+    accepted()->abort();
     QTRY_VERIFY(timer("reconnectTimer")->isActive());
     m_client->disconnect();
     QVERIFY(!timer("reconnectTimer")->isActive());
