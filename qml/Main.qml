@@ -198,6 +198,7 @@ WindowBase {
         width: 28
         height: 28
         z: 999
+        Accessible.ignored: true
 
         TapHandler {
             onDoubleTapped: window.injectTestIncident()
