@@ -96,8 +96,8 @@ class Probe:
         found = self.ask("focus")
         return Item(found) if found else None
 
-    def windows(self):
-        return self.ask("windows")
+    def windows(self, *names):
+        return self.ask("windows", get=list(names))
 
     def context(self, object, *names):
         values = self.ask("context", object=object, get=list(names))

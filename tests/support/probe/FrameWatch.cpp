@@ -53,6 +53,7 @@ struct FrameWatch::Window
     Span render;
     Span frame;
     int frames = 0;
+    qint64 firstAtNs = 0;
     qint64 sinceNs = monotonicNs();
 
     Moment now()
@@ -119,7 +120,9 @@ void FrameWatch::watch(QQuickWindow *window)
     onRenderThread(&QQuickWindow::frameSwapped, [state] {
         QMutexLocker lock(&state->mutex);
         state->frame.add(state->syncBegin, state->now());
-        ++state->frames;
+        if (state->frames++ == 0) {
+            state->firstAtNs = monotonicNs();
+        }
     });
 }
 
@@ -145,6 +148,7 @@ QJsonArray FrameWatch::report() const
         windows.append(QJsonObject{
             {QStringLiteral("title"), state->window->title()},
             {QStringLiteral("frames"), state->frames},
+            {QStringLiteral("firstAtNs"), state->firstAtNs},
             {QStringLiteral("seconds"), static_cast<double>(monotonicNs() - state->sinceNs) / nsPerSecond},
             {QStringLiteral("syncMs"), state->sync.ms()},
             {QStringLiteral("renderMs"), state->render.ms()},

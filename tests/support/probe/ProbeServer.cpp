@@ -41,9 +41,10 @@ QJsonValue focusItem()
     return item ? QJsonValue(ItemQuery::describe(item)) : QJsonValue();
 }
 
-QJsonArray windows()
+QJsonArray windows(const QJsonObject &request)
 {
     QJsonArray found;
+    const QJsonArray names = request.value(QStringLiteral("get")).toArray();
     const auto all = QGuiApplication::topLevelWindows();
     for (const QWindow *window : all) {
         found.append(QJsonObject{
@@ -56,6 +57,7 @@ QJsonArray windows()
             {QStringLiteral("visible"), window->isVisible()},
             {QStringLiteral("active"), window->isActive()},
             {QStringLiteral("visibility"), window->visibility()},
+            {QStringLiteral("values"), ItemQuery::properties(window, names)},
         });
     }
     return found;
@@ -125,14 +127,29 @@ QJsonValue context(const QJsonObject &request)
     return call(object, method, request.value(QStringLiteral("args")).toArray());
 }
 
-QJsonValue invoke(const QJsonObject &request)
+QQuickItem *firstItem(const QJsonObject &request)
 {
     const auto found = ItemQuery::find(request.value(QStringLiteral("selector")).toObject());
     if (found.isEmpty()) {
         throw std::runtime_error("no such item");
     }
-    return call(found.first(), request.value(QStringLiteral("call")).toString(),
+    return found.first();
+}
+
+QJsonValue invoke(const QJsonObject &request)
+{
+    return call(firstItem(request), request.value(QStringLiteral("call")).toString(),
         request.value(QStringLiteral("args")).toArray());
+}
+
+QJsonValue assignProperty(const QJsonObject &request)
+{
+    const QByteArray name = request.value(QStringLiteral("property")).toString().toUtf8();
+    if (!firstItem(request)->setProperty(
+            name.constData(), request.value(QStringLiteral("value")).toVariant())) {
+        throw std::runtime_error("no such property");
+    }
+    return {};
 }
 
 } // namespace
@@ -173,9 +190,10 @@ QJsonValue ProbeServer::perform(const QString &command, const QJsonObject &reque
     const QHash<QString, std::function<QJsonValue()>> commands{
         {QStringLiteral("items"), [&] { return items(request); }},
         {QStringLiteral("focus"), [] { return focusItem(); }},
-        {QStringLiteral("windows"), [] { return windows(); }},
+        {QStringLiteral("windows"), [&] { return windows(request); }},
         {QStringLiteral("context"), [&] { return context(request); }},
         {QStringLiteral("invoke"), [&] { return invoke(request); }},
+        {QStringLiteral("set"), [&] { return assignProperty(request); }},
         {QStringLiteral("accessibleNames"), [] { return AccessibilityAudit::namedItems(); }},
         {QStringLiteral("accessibleGaps"), [] { return AccessibilityAudit::namelessItems(); }},
         {QStringLiteral("watchSignals"), [&] { return m_signals.watch(request), QJsonValue(); }},

@@ -1,0 +1,133 @@
+"""What an operator does with the client, in the words of the operator."""
+
+import time
+
+from .clock import picture_region, read_instant
+from .waiting import wait_until
+
+
+class Operator:
+    def __init__(self, client, desktop):
+        self.client, self.desktop, self.probe = client, desktop, client.probe
+
+    # Single gestures
+
+    def click(self, timeout=15, count=1, **wanted):
+        item = self.probe.item(timeout=timeout, enabled=True, **wanted)
+        self.desktop.click(*item.centre, count=count)
+        return item
+
+    def fill(self, name, text):
+        """Clicks a field, replaces its text by typing, and waits until it stands there."""
+        self.click(name=name)
+        wait_until(lambda: self.focus_name() == name, 5, f"the focus in {name}")
+        self.desktop.key("ctrl+a", "Delete")
+        self.desktop.type(text)
+        self.probe.item(name=name, **{"text": text})
+
+    def focus_name(self):
+        item = self.probe.focus()
+        return item.name if item else ""
+
+    def tab_to(self, name, limit=60):
+        """Presses Tab until the item has the focus, as somebody without a mouse does."""
+        for _ in range(limit):
+            if self.focus_name() == name:
+                return
+            before = self.probe.focus()
+            self.desktop.key("Tab")
+            wait_until(lambda: str(self.probe.focus()) != str(before), 5, f"Tab to move the focus on from {before}")
+        raise AssertionError(f"{name} cannot be reached with the Tab key")
+
+    # Sign-in
+
+    def connect_to(self, url):
+        """From the first step of the sign-in page to the second."""
+        self.fill("serverField", url)
+        self.click(name="continueButton")
+        self.probe.item(name="passwordField")
+
+    def enter_account(self, login, password):
+        self.fill("loginField", login)
+        self.fill("passwordField", password)
+        self.click(name="primaryButton")
+
+    def sign_in(self, url, login, password):
+        self.connect_to(url)
+        self.enter_account(login, password)
+        self.probe.item(name="liveView")
+
+    def sign_out(self):
+        self.click(name="logoutLink")
+        self.probe.item(name="serverField")
+
+    def open_page(self, page):
+        self.click(name=f"nav_{page}")
+        wait_until(lambda: self.current_page() == page, 10, f"the page {page}")
+
+    def current_page(self):
+        return self.probe.windows("currentPage")[0]["values"]["currentPage"]
+
+    def entries(self):
+        """The pages that the navigation offers, top to bottom."""
+        shown = [item for item in self.probe.items() if item.name.startswith("nav_")]
+        return [item.name.removeprefix("nav_") for item in sorted(shown, key=lambda item: item.y)]
+
+    # The live grid
+
+    def cell(self, index, *properties):
+        return self.probe.item([*properties], name=f"videoCell_{index}")
+
+    def cells(self):
+        """The shown cells, as {index: [camera id, stream state]}."""
+        found = self.probe.items(["index", "cameraId", "streamState"], type="VideoCell")
+        return {item.values["index"]: [item.values["cameraId"], item.values["streamState"]] for item in found}
+
+    def choose_preset(self, preset):
+        self.click(name=f"presetButton_{preset}")
+        wait_until(lambda: self.preset() == preset, 5, f"the preset {preset}")
+
+    def preset(self):
+        return self.probe.value("currentLayout", type="VideoGrid")
+
+    def choose_camera(self, index, camera):
+        """Puts a camera into an empty cell with the mouse."""
+        self.desktop.click(*self.cell(index).centre)
+        self.click(name=f"cameraRow_{camera}")
+        wait_until(lambda: self.cells().get(index, [""])[0] == camera, 5, f"{camera} in cell {index}")
+
+    def wait_state(self, index, state, timeout=20):
+        wait_until(lambda: self.cells()[index][1] == state, timeout,
+                   lambda: f"cell {index} to be {state!r}, it is {self.cells()[index]}")
+
+    def wait_playing(self, *indices, timeout=30):
+        wait_until(lambda: all(self.cells()[index][1] == "playing" for index in indices), timeout,
+                   lambda: f"cells {indices} to play: {self.cells()}")
+
+    def double_click(self, index):
+        self.desktop.click(*self.cell(index).centre, count=2)
+
+    def maximise(self, index):
+        self.double_click(index)
+        wait_until(lambda: self.probe.value("maximizedSlot", type="VideoGrid") == index, 5, f"cell {index} alone")
+
+    def restore_grid(self, index):
+        self.double_click(index)
+        wait_until(lambda: self.probe.value("maximizedSlot", type="VideoGrid") == -1, 5, "the whole grid")
+
+    def view(self, camera, *properties):
+        """The stream view of a camera, shown or parked."""
+        return self.probe.item([*properties], type="CameraStreamView", shown=None, cameraId=camera)
+
+    def picture_of(self, index):
+        """The camera image on the screen in a cell."""
+        return self.desktop.picture(picture_region(self.cell(index).region))
+
+    def shown_instant(self, index):
+        """The instant that the camera image in a cell shows, waited for until it can be read."""
+        return wait_until(lambda: read_instant(self.picture_of(index)), 10, f"a readable clock in cell {index}")
+
+    def shows_live_picture(self, index, lag=5):
+        """Whether the cell shows a camera image of the last seconds."""
+        instant = read_instant(self.picture_of(index))
+        return instant is not None and abs(time.time() - instant) < lag
