@@ -18,28 +18,39 @@ fi
 install_packages "${build_packages[@]}"
 build dev zorvel-client zorvel-demo-recorder
 
-recorder_pid=
+recorder_pid= client_pid=
 cleanup() {
-    [ -n "$recorder_pid" ] && kill "$recorder_pid" 2>/dev/null && wait "$recorder_pid" 2>/dev/null
+    end "$client_pid" "$recorder_pid"
     stop_display
-    return 0
 }
 trap cleanup EXIT
+trap 'exit 130' INT
+trap 'exit 143' TERM HUP
 
-data=${XDG_DATA_HOME:-$HOME/.local/share}/zorvel-demo-recorder
-build/dev/demo/zorvel-demo-recorder --data "$data" &
-recorder_pid=$!
+# start_recorder PORT RTSP_PORT: returns once it serves; fails when a port is taken.
+start_recorder() {
+    local data=${XDG_DATA_HOME:-$HOME/.local/share}/zorvel-demo-recorder out
+    exec {out}< <(tied build/dev/demo/zorvel-demo-recorder --data "$data" --port "$1" --rtsp-port "$2")
+    recorder_pid=$!
+    read -r ready <&"$out" || { wait "$recorder_pid" || true; recorder_pid=; return 1; }
+}
 
+if ! start_recorder 8090 8554; then
+    start_recorder 0 0
+    port=${ready#*http=}
+    echo "Port 8090 or 8554 is taken. The server to sign in to is http://127.0.0.1:${port%% *}"
+fi
+
+[ -z "$seconds" ] || start_display 1280x800
+tied build/dev/src/app/zorvel-client &
+client_pid=$!
 if [ -z "$seconds" ]; then
-    build/dev/src/app/zorvel-client
+    wait "$client_pid"
     exit
 fi
 
-start_display 1280x800
-build/dev/src/app/zorvel-client &
-client_pid=$!
-sleep "$seconds"
+sleep "$seconds" &
+wait $!
+kill -0 "$client_pid" || { echo "The client did not run for $seconds seconds." >&2; exit 1; }
 import -window root "$picture"
-kill "$client_pid"
-wait "$client_pid" || true
 echo "$picture"

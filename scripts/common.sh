@@ -43,19 +43,30 @@ build() {
     cmake --build "build/$preset" "${targets[@]}"
 }
 
-# start_display WIDTHxHEIGHT: starts a virtual X display, exports DISPLAY and ends it with the script.
+# tied COMMAND... (in the background): a process that ends when this script does, however it ends.
+tied() {
+    exec setpriv --pdeathsig TERM "$@"
+}
+
+# start_display WIDTHxHEIGHT: starts a virtual X display and exports DISPLAY; stop_display ends it.
 start_display() {
-    local fifo
-    fifo=$(mktemp -u)
-    mkfifo "$fifo"
-    Xvfb -displayfd 3 -screen 0 "$1x24" -nolisten tcp 3>"$fifo" >/dev/null 2>&1 &
+    local out number=
+    exec {out}< <(tied Xvfb -displayfd 3 -screen 0 "$1x24" -nolisten tcp 3>&1 >/dev/null 2>&1)
     display_pid=$!
-    read -r number <"$fifo"
-    rm -f "$fifo"
+    read -r number <&"$out" || { echo "The virtual display does not start." >&2; return 1; }
+    exec {out}<&-
     export DISPLAY=":$number"
 }
 
 stop_display() {
-    [ -n "${display_pid:-}" ] && kill "$display_pid" 2>/dev/null
+    end "${display_pid:-}"
     display_pid=
+}
+
+# end PID...: ends processes of this script and waits until they are gone.
+end() {
+    local pid
+    for pid in "$@"; do
+        [ -z "$pid" ] || { kill "$pid" && wait "$pid"; } 2>/dev/null || true
+    done
 }
