@@ -8,6 +8,7 @@ ListView {
 
     // Shown while there are no rows; leave it empty while it is not yet known whether there will be any.
     property string emptyText: ""
+    readonly property real scrollBarWidth: ScrollBar.vertical.width
 
     clip: true
     spacing: Theme.spacingXS

@@ -34,7 +34,7 @@ Popup {
     }
     onOpened: list.forceActiveFocus(Qt.PopupFocusReason)
 
-    // The second click of a double click on an empty cell is not a click beside the picker.
+    // The second click of a double click on an empty cell is meant neither for the picker nor beside it.
     Timer {
         id: settled
 
@@ -50,7 +50,10 @@ Popup {
         border.width: 1
         border.color: Theme.borderSubtle
     }
-    contentItem: FocusScope {
+
+    FocusScope {
+        anchors.fill: parent
+        focus: true
         Accessible.role: Accessible.Dialog
         Accessible.name: title.text
 
@@ -76,6 +79,7 @@ Popup {
             focus: true
             rowHeight: 36
             active: root.visible
+            mouseEnabled: !settled.running
             onCameraPicked: cameraId => {
                 root.close()
                 root.cameraSelected(cameraId)

@@ -1,5 +1,6 @@
 import QtQuick
 import ZorvelClient
+import "grid.js" as Grid
 
 // One camera of a list: its status, its name and, at the end, where it is shown already.
 Item {
@@ -15,7 +16,7 @@ Item {
     signal pressed()
 
     Accessible.role: Accessible.ListItem
-    Accessible.name: [cameraName, Translations.cameraStateLabel(cameraState), mark].filter(Boolean).join(", ")
+    Accessible.name: Grid.sentence([cameraName, Translations.cameraStateLabel(cameraState), mark])
     Accessible.selected: current
     Accessible.onPressAction: pressed()
 

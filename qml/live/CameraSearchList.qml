@@ -1,5 +1,4 @@
 import QtQuick
-import QtQuick.Controls
 import ZorvelClient
 
 // A search field over the list of cameras. The field keeps the keyboard: Up, Down, Page Up and Page Down move the
@@ -14,6 +13,7 @@ FocusScope {
     property bool dragEnabled: false
     // The cameras that are shown already: a Map of camera id to slot index.
     property var slotOf: new Map()
+    property alias mouseEnabled: pointer.enabled
     // A list that nobody sees follows no camera.
     property bool active: visible
 
@@ -140,7 +140,7 @@ FocusScope {
 
             parent: list
             anchors.fill: parent
-            anchors.rightMargin: list.ScrollBar.vertical.width
+            anchors.rightMargin: list.scrollBarWidth
             hoverEnabled: true
             preventStealing: root.dragEnabled
             cursorShape: hoveredIndex >= 0 ? Qt.PointingHandCursor : Qt.ArrowCursor

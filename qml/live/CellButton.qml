@@ -1,5 +1,4 @@
 import QtQuick
-import QtQuick.Controls.Basic
 import ZorvelClient
 
 // A small button over video. It leaves the keyboard with its cell, which knows the button's key; the tooltip names it.
@@ -13,16 +12,11 @@ ButtonBase {
     property color hoverColor: Theme.accent
     property int size: 24
 
-    implicitWidth: Math.max(size, label.implicitWidth + (glyph === "" ? 2 * Theme.spacingMD : 0))
+    implicitWidth: Math.max(size, implicitContentWidth + (glyph === "" ? 2 * Theme.spacingMD : 0))
     implicitHeight: size
     focusPolicy: Qt.NoFocus
-    ToolTip.text: text + " (" + shortcut + ")"
-    ToolTip.visible: hovered
-    ToolTip.delay: Theme.toolTipDelay
 
     contentItem: Text {
-        id: label
-
         text: root.glyph === "" ? root.text : root.glyph
         color: Theme.textPrimary
         font.pixelSize: root.glyph === "" ? Theme.fontXS : root.size * 0.6
@@ -32,5 +26,10 @@ ButtonBase {
     background: Rectangle {
         radius: Theme.radius
         color: root.hovered ? root.hoverColor : root.baseColor
+    }
+
+    StyledToolTip {
+        visible: root.hovered
+        text: root.text + " (" + root.shortcut + ")"
     }
 }

@@ -5,7 +5,8 @@ import ZorvelClient
 Row {
     id: root
 
-    required property Item cell
+    // The VideoCell.
+    required property var cell
     required property int size
 
     spacing: cell.compact ? 1 : Theme.spacingXS

@@ -5,7 +5,8 @@ import ZorvelClient
 Rectangle {
     id: root
 
-    required property Item cell
+    // The VideoCell.
+    required property var cell
     readonly property bool _isSource: cell.grid.dragSourceSlot === cell.index
     readonly property bool _isTarget: cell.dropHovered
 

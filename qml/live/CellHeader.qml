@@ -5,7 +5,8 @@ import ZorvelClient
 Rectangle {
     id: root
 
-    required property Item cell
+    // The VideoCell.
+    required property var cell
     readonly property int _buttonSize: cell.compact ? 20 : 26
 
     height: _buttonSize + (cell.compact ? 2 : Theme.spacingSM)
@@ -73,7 +74,7 @@ Rectangle {
             sourceComponent: CellButton {
                 objectName: "cellRestoreButton"
                 glyph: "▦"
-                text: Translations.backToGrid
+                text: Translations.shortcutBackToGrid
                 shortcut: "Esc"
                 size: root._buttonSize
                 onClicked: root.cell.grid.maximizedSlot = -1

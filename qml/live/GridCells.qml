@@ -6,14 +6,15 @@ import "grid.js" as Grid
 Item {
     id: root
 
-    required property Item grid
+    // The VideoGrid.
+    required property var grid
     required property StreamLayer streams
 
     // The slot of each camera that has one: a Map of camera id to slot index.
     readonly property var slotOf: Grid.slotByCamera(grid.slots)
 
-    function cellAt(index: int) : Item {
-        return cells.itemAt(index)
+    function cellAt(index: int) : VideoCell {
+        return cells.itemAt(index) as VideoCell
     }
 
     Connections {

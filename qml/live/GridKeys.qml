@@ -1,5 +1,4 @@
 import QtQuick
-import ZorvelClient
 import "grid.js" as Grid
 
 // The keyboard of a grid. What works wherever the focus is, and letters, which a Cyrillic keyboard layout would hide
@@ -7,7 +6,8 @@ import "grid.js" as Grid
 Item {
     id: root
 
-    required property Item grid
+    // The VideoGrid.
+    required property var grid
 
     readonly property bool _cellHasFocus: enabled && grid.activeFocus
 

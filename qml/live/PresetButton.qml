@@ -1,5 +1,4 @@
 import QtQuick
-import QtQuick.Controls.Basic
 import ZorvelClient
 
 // Chooses a preset: its cells in small and its name.
@@ -16,57 +15,49 @@ ButtonBase {
     property bool current: false
     property bool dense: false
 
+    readonly property color _ink: current ? Theme.textOnAccent : hovered ? Theme.textPrimary : Theme.textSecondary
+
     objectName: "presetButton_" + preset
-    implicitWidth: content.width + 2 * (dense ? Theme.spacingXS : Theme.spacingSM)
+    implicitWidth: implicitContentWidth + leftPadding + rightPadding
     implicitHeight: Theme.rowHeight
+    leftPadding: dense ? Theme.spacingXS : Theme.spacingSM
+    rightPadding: leftPadding
     text: preset
     focusPolicy: current || activeFocus ? Qt.StrongFocus : Qt.ClickFocus
     Accessible.role: Accessible.RadioButton
     Accessible.name: tip.text
     Accessible.checkable: true
     Accessible.checked: current
-    ToolTip.text: tip.text
-    ToolTip.visible: hovered || visualFocus
-    ToolTip.delay: Theme.toolTipDelay
 
-    contentItem: Item {
-        Row {
-            id: content
+    contentItem: Row {
+        spacing: root.dense ? Theme.spacingXS : Theme.spacingSM
 
-            anchors.centerIn: parent
-            spacing: root.dense ? Theme.spacingXS : Theme.spacingSM
+        Item {
+            anchors.verticalCenter: parent.verticalCenter
+            width: 23
+            height: 15
 
-            Item {
-                id: icon
+            Repeater {
+                model: root.units
 
-                anchors.verticalCenter: parent.verticalCenter
-                width: 23
-                height: 15
+                Rectangle {
+                    required property var modelData
+                    readonly property real endX: Math.round((modelData.col + modelData.colSpan) * 24 / root.cols)
+                    readonly property real endY: Math.round((modelData.row + modelData.rowSpan) * 16 / root.rows)
 
-                Repeater {
-                    model: root.units
-
-                    Rectangle {
-                        required property var modelData
-                        readonly property real endX: Math.round((modelData.col + modelData.colSpan) * 24 / root.cols)
-                        readonly property real endY: Math.round((modelData.row + modelData.rowSpan) * 16 / root.rows)
-
-                        x: Math.round(modelData.col * 24 / root.cols)
-                        y: Math.round(modelData.row * 16 / root.rows)
-                        width: endX - x - 1
-                        height: endY - y - 1
-                        color: label.color
-                    }
+                    x: Math.round(modelData.col * 24 / root.cols)
+                    y: Math.round(modelData.row * 16 / root.rows)
+                    width: endX - x - 1
+                    height: endY - y - 1
+                    color: root._ink
                 }
             }
-            Text {
-                id: label
-
-                anchors.verticalCenter: parent.verticalCenter
-                text: root.preset
-                color: root.current ? Theme.textOnAccent : root.hovered ? Theme.textPrimary : Theme.textSecondary
-                font.pixelSize: Theme.fontXS
-            }
+        }
+        Text {
+            anchors.verticalCenter: parent.verticalCenter
+            text: root.preset
+            color: root._ink
+            font.pixelSize: Theme.fontXS
         }
     }
     background: Rectangle {
@@ -74,9 +65,10 @@ ButtonBase {
         color: root.current ? Theme.accent : root.hovered ? Theme.surfaceLight : "transparent"
     }
 
-    QtObject {
+    StyledToolTip {
         id: tip
 
-        readonly property string text: Translations.layoutTip.arg(root.preset).arg(root.number)
+        visible: root.hovered
+        text: Translations.layoutTip.arg(root.preset).arg(root.number)
     }
 }

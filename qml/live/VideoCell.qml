@@ -10,7 +10,8 @@ T.Control {
     id: root
 
     required property int index
-    required property Item grid
+    // The VideoGrid.
+    required property var grid
     required property StreamLayer streams
 
     readonly property string cameraId: grid.slots[index] ?? ""
@@ -54,7 +55,7 @@ T.Control {
     focus: index === 0
     focusPolicy: index === grid.currentSlot || activeFocus ? Qt.TabFocus : Qt.NoFocus
     Accessible.role: Accessible.Button
-    Accessible.name: [Translations.cellNumber.arg(index + 1), cameraName, _stateText].filter(Boolean).join(", ")
+    Accessible.name: Grid.sentence([Translations.cellNumber.arg(index + 1), cameraName, _stateText])
     Accessible.focusable: true
     Accessible.onPressAction: grid.activateSlot(index)
     onCameraIdChanged: refresh()

@@ -26,6 +26,9 @@ FocusScope {
     readonly property real cellW: area.width / layout.cols
     readonly property real cellH: area.height / layout.rows
 
+    // All that the streams' placements follow from.
+    readonly property var _placementInputs: [slots, maximizedSlot, suspended, cellUnits, cellW, cellH]
+
     readonly property bool slotDragActive: slotDrag.active
     readonly property int dragSourceSlot: slotDragActive ? slotDrag.slotIndex : -1
     readonly property bool anyDragActive: slotDragActive || cameraDragActive
@@ -110,6 +113,11 @@ FocusScope {
         slotDrag.cancel()
     }
 
+    // A burst of changes, like that of another preset, is one sync.
+    function _scheduleSync() {
+        Qt.callLater(_syncStreams)
+    }
+
     function _syncStreams() {
         const cameras = layout.slotCameras
         const maximized = layout.maximizedSlot
@@ -157,18 +165,11 @@ FocusScope {
         cancelSlotDrag()
         _keepFocusVisible()
     }
-    onMaximizedSlotChanged: {
-        _keepFocusVisible()
-        Qt.callLater(_syncStreams)
-    }
-    onSlotsChanged: Qt.callLater(_syncStreams)
-    onSuspendedChanged: Qt.callLater(_syncStreams)
-    onCellUnitsChanged: Qt.callLater(_syncStreams)
-    onCellWChanged: Qt.callLater(_syncStreams)
-    onCellHChanged: Qt.callLater(_syncStreams)
+    onMaximizedSlotChanged: _keepFocusVisible()
+    on_PlacementInputsChanged: _scheduleSync()
     onVisibleChanged: {
         if (visible)
-            Qt.callLater(_syncStreams)
+            _scheduleSync()
     }
     Component.onCompleted: _syncStreams()
 
@@ -186,7 +187,7 @@ FocusScope {
         // A camera may have gained or lost its sub stream.
         function onModelReset() {
             root._pruneStale()
-            Qt.callLater(root._syncStreams)
+            root._scheduleSync()
         }
     }
 

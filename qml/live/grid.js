@@ -34,3 +34,8 @@ function slotByCamera(slots) {
     }
     return result
 }
+
+// The parts that are not empty, as one text for a screen reader.
+function sentence(parts) {
+    return parts.filter(part => part !== "").join(", ")
+}

@@ -60,6 +60,4 @@ QtObject {
 
     // In squared pixels: a drag starts after 8 px.
     readonly property int dragThresholdSq: 64
-    // In milliseconds.
-    readonly property int toolTipDelay: 500
 }

@@ -51,7 +51,6 @@ FloorPlanTexts {
     readonly property string layoutTip: t("Раскладка %1 (клавиша %2)", "Layout %1 (key %2)")
     readonly property string cellNumber: t("Ячейка %1", "Cell %1")
     readonly property string cellEmpty: t("пусто", "empty")
-    readonly property string backToGrid: t("Вернуться к сетке", "Back to the grid")
     readonly property string noCameraFound: t("Камеры не найдены", "No camera found")
     readonly property string stateRecording: t("идёт запись", "recording")
     readonly property string stateError: t("ошибка", "error")
