@@ -140,6 +140,7 @@ void ArchivePlayer::startFrom(const QString &cameraId, qint64 timestampMs)
     m_requestId = QString::number(++m_requestCounter);
     logInfo(QStringLiteral("startFrom cam=%1 ts=%2").arg(cameraId, Instants::logText(timestampMs)));
     setState(loading);
+    m_fetchingFirst = true;
     m_apiClient->fetchSegments(cameraId, Instants::toDateTime(timestampMs), firstLimit, m_requestId);
 }
 
@@ -242,16 +243,18 @@ void ArchivePlayer::forgetSegments()
     m_segments.clear();
     m_currentIndex = -1;
     m_pendingIndex = -1;
+    m_fetchingFirst = false;
     m_fetchingMore = false;
 }
 
 void ArchivePlayer::onSegmentsReceived(
     const QString &cameraId, const QList<SegmentData> &segments, const QString &requestId)
 {
-    if (!isCurrentAnswer(cameraId, requestId))
+    if (!isAwaited(cameraId, requestId))
         return;
     if (m_awaitingFirstFrame && !m_fetchingMore && m_metadataMs < 0)
         m_metadataMs = m_firstFrameTimer.elapsed();
+    m_fetchingFirst = false;
     const bool appending = std::exchange(m_fetchingMore, false);
     if (appending) {
         append(segments);
@@ -397,7 +400,7 @@ void ArchivePlayer::followClock()
 {
     if (!m_synchronized || m_state != ::playing)
         return;
-    const double rate = m_clock.rateFor(m_currentTime, m_speed);
+    const double rate = m_clock.rateFor(m_currentTime, m_segments.at(m_currentIndex).endMs, m_speed);
     if (rate != m_appliedRate)
         applyRate(rate);
 }
@@ -408,17 +411,13 @@ void ArchivePlayer::onFileEnded()
     if (!m_segments.holds(index))
         return;
     if (index + 1 == m_segments.size()) {
-        if (m_fetchingMore) {
-            m_pendingIndex = index + 1;
-            return;
-        }
         m_pendingIndex = index + 1;
-        if (fetchMore()) {
-            setState(loading);
-        } else {
+        if (m_fetchingMore)
+            return;
+        const bool fetching = fetchMore();
+        if (!fetching)
             m_pendingIndex = -1;
-            setState(ended);
-        }
+        setState(fetching ? loading : ended);
         return;
     }
     const qint64 gap = m_segments.at(index + 1).startMs - m_segments.at(index).endMs;
@@ -457,9 +456,10 @@ bool ArchivePlayer::fetchMore()
 
 void ArchivePlayer::onSegmentsFailed(const QString &cameraId, const QString &error, const QString &requestId)
 {
-    if (!isCurrentAnswer(cameraId, requestId))
+    if (!isAwaited(cameraId, requestId))
         return;
     logWarning(QStringLiteral("segments fetch failed cam=%1: %2").arg(cameraId, error));
+    m_fetchingFirst = false;
     if (std::exchange(m_fetchingMore, false)) {
         m_prefetchFailed.start();
         if (std::exchange(m_pendingIndex, -1) < 0)
@@ -476,9 +476,9 @@ bool ArchivePlayer::isCovered(qint64 ms) const
     });
 }
 
-bool ArchivePlayer::isCurrentAnswer(const QString &cameraId, const QString &requestId) const
+bool ArchivePlayer::isAwaited(const QString &cameraId, const QString &requestId) const
 {
-    return cameraId == m_cameraId && requestId == m_requestId && !m_cameraId.isEmpty();
+    return (m_fetchingFirst || m_fetchingMore) && cameraId == m_cameraId && requestId == m_requestId;
 }
 
 void ArchivePlayer::setState(const QString &state)

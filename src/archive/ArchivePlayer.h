@@ -92,7 +92,7 @@ private:
     void followClock();
     void applyRate(double rate);
     bool isCovered(qint64 ms) const;
-    bool isCurrentAnswer(const QString &cameraId, const QString &requestId) const;
+    bool isAwaited(const QString &cameraId, const QString &requestId) const;
     void setState(const QString &state);
     void setCurrentTime(qint64 ms);
 
@@ -107,6 +107,7 @@ private:
     SegmentWindow m_segments;
     int m_currentIndex = -1;
     int m_pendingIndex = -1;
+    bool m_fetchingFirst = false;
     bool m_fetchingMore = false;
     bool m_exhausted = false;
     qint64 m_pendingSeekMs = -1;

@@ -5,12 +5,15 @@
 
 namespace {
 
-constexpr qint64 toleratedMs = 60;
-constexpr double catchUpMs = 1000;
+constexpr qint64 toleratedMs = 40;
+constexpr double catchUpMs = 600;
 constexpr double slowest = 0.5;
-constexpr double fastest = 2.0;
+constexpr double fastest = 3.0;
+constexpr double highestRate = 8.0;
 constexpr double step = 0.05;
 constexpr qint64 silenceMs = 1000;
+constexpr double lastStretchMs = 2000;
+constexpr double openingMs = 30;
 
 } // namespace
 
@@ -25,18 +28,20 @@ void ClockFollower::reset()
     m_heard.invalidate();
 }
 
-double ClockFollower::rateFor(qint64 shownMs, double rate) const
+double ClockFollower::rateFor(qint64 shownMs, qint64 endMs, double rate) const
 {
     if (!m_heard.isValid() || m_heard.hasExpired(silenceMs))
         return rate;
-    const qint64 nowMs = m_clockMs + static_cast<qint64>(static_cast<double>(m_heard.elapsed()) * rate);
-    return rateWhenBehind(nowMs - shownMs, rate);
+    const bool endsSoon = static_cast<double>(endMs - shownMs) < lastStretchMs * rate;
+    const double aimedMs = (static_cast<double>(m_heard.elapsed()) + (endsSoon ? openingMs : 0)) * rate;
+    return rateWhenBehind(m_clockMs + static_cast<qint64>(aimedMs) - shownMs, rate);
 }
 
 double ClockFollower::rateWhenBehind(qint64 behindMs, double rate)
 {
     if (std::abs(behindMs) <= toleratedMs)
         return rate;
-    const double factor = std::clamp(1 + static_cast<double>(behindMs) / catchUpMs, slowest, fastest);
+    const double limit = std::clamp(highestRate / rate, 1.0, fastest);
+    const double factor = std::clamp(1 + static_cast<double>(behindMs) / catchUpMs, slowest, limit);
     return rate * std::round(factor / step) * step;
 }

@@ -395,6 +395,8 @@ void ArchivePlayerTest::dropsLateAnswers()
     QCOMPARE(m_player->state(), "loading");
     emit m_client->segmentsReceived(camera, answer, "2");
     QCOMPARE(playedId(), 7);
+    emit m_client->segmentsReceived(camera, {}, "2");
+    QCOMPARE(m_player->state(), "loading");
     m_player->stop();
     emit m_client->segmentsReceived(camera, answer, "2");
     emit m_client->segmentsReceived("", answer, "2");
