@@ -2,6 +2,7 @@
 
 #include "archive/ArchivePlayer.h"
 #include "archive/TimelineBars.h"
+#include "archive/ArchivePlayer.h"
 #include "live/CameraFilterModel.h"
 #include "live/CameraStreamView.h"
 #include "live/GridLayoutModel.h"
@@ -23,6 +24,7 @@ void registerType(const char *name)
 void registerQmlTypes()
 {
     registerType<MpvObject>("MpvObject");
+    registerType<ArchivePlayer>("ArchivePlayer");
     registerType<ArchivePlayer>("ArchivePlayer");
     registerType<CameraStreamView>("CameraStreamView");
     registerType<GridLayoutModel>("GridLayoutModel");

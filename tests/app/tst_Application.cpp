@@ -136,6 +136,7 @@ void ApplicationTest::documentsReachServicesAndTypes()
             StreamPoolModel { }
             CameraFilterModel { sourceModel: cameraModel }
             MpvObject { }
+            ArchivePlayer { }
             CameraStreamView {
                 cameraId: "c1"
                 hasSubStream: true
