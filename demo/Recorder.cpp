@@ -91,10 +91,8 @@ bool Recorder::start(QString *error)
         *error = tr("HTTP port %1: %2").arg(m_options.httpPort).arg(m_http.errorString());
         return false;
     }
-    if (!m_rtsp.start(m_options.rtspPort)) {
-        *error = tr("RTSP port %1 cannot be had").arg(m_options.rtspPort);
+    if (!m_rtsp.start(m_options.rtspPort, error))
         return false;
-    }
     m_footage.warmUp();
     return true;
 }

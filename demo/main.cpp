@@ -5,8 +5,6 @@
 #include <QGuiApplication>
 #include <QStandardPaths>
 
-#include <gst/gst.h>
-
 #include <cstdio>
 #include <optional>
 
@@ -61,7 +59,6 @@ int main(int argc, char **argv)
     qputenv("QT_QPA_PLATFORM", "offscreen");
     const QGuiApplication application(argc, argv);
     QGuiApplication::setApplicationName("zorvel-demo-recorder");
-    gst_init(nullptr, nullptr);
     const demo::Termination termination;
 
     const demo::Recorder::Options options = readOptions();

@@ -173,7 +173,7 @@ HttpResponse DemoApi::addUser(const Call &call)
     const QJsonObject body = bodyOf(call);
     QStringList permissions;
     const QJsonArray names = body["permissions"].toArray();
-    for (const QJsonValue &name : names)
+    for (const auto &name : names)
         permissions.append(name.toString());
     QString error;
     const Account *account

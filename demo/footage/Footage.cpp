@@ -95,9 +95,10 @@ QByteArray Footage::picture(const Look &look, const VideoFormat &format, const F
     const int theme = look.number % Scene::themes;
     const int parity = int(instant.second % 2);
     // Cameras of one theme are an even number of seconds apart, so that the parity of IDR pictures agrees.
-    const qint64 loopSecond = (instant.second + look.number / Scene::themes * 2) % Scene::loopSeconds;
+    const qint64 shift = qint64(2) * (look.number / Scene::themes);
+    const qint64 loopSecond = (instant.second + shift) % Scene::loopSeconds;
     const QByteArray &rest
-        = clip(theme, part)->frames.at(loopSecond * FrameInstant::framesPerSecond + instant.frame);
+        = clip(theme, part)->frames.at(loopSecond * qint64(FrameInstant::framesPerSecond) + instant.frame);
     if (instant.frame > 0)
         return part.band.laterSlice(instant.frame) + rest;
     return part.band.firstSlice(instant.second) + nameSlice(look, theme, parity, part) + rest;

@@ -44,7 +44,7 @@ void Frame420::drawRgb(const QPoint &at, const QImage &image)
             luma[x] = uchar(lumaOf(line[x]));
         if (y % 2 != 0)
             continue;
-        const qsizetype offset = (at.y() + y) / 2 * stride(1) + at.x() / 2;
+        const qsizetype offset = qsizetype((at.y() + y) / 2) * stride(1) + at.x() / 2;
         for (int x = 0; x < image.width(); x += 2) {
             plane(1)[offset + x / 2] = uchar(blueDifferenceOf(line[x]));
             plane(2)[offset + x / 2] = uchar(redDifferenceOf(line[x]));

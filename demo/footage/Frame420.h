@@ -20,7 +20,7 @@ public:
     {
         return reinterpret_cast<const uchar *>(m_planes[index].constData());
     }
-    int stride(int index) const { return index == 0 ? m_size.width() : m_size.width() / 2; }
+    qsizetype stride(int index) const { return index == 0 ? m_size.width() : m_size.width() / 2; }
 
     /// Converts an RGB picture and puts it at an even position.
     void drawRgb(const QPoint &at, const QImage &image);

@@ -118,7 +118,7 @@ QList<QByteArray> SliceEncoder::encode(const Frame420 &frame, bool idr)
     picture.img.i_plane = 3;
     for (int i = 0; i < 3; ++i) {
         picture.img.plane[i] = const_cast<uchar *>(frame.plane(i));
-        picture.img.i_stride[i] = frame.stride(i);
+        picture.img.i_stride[i] = int(frame.stride(i));
     }
     x264_nal_t *nals = nullptr;
     int count = 0;

@@ -66,7 +66,7 @@ QByteArray TimeBand::firstSlice(qint64 second)
         = paint(QDateTime::fromSecsSinceEpoch(second).toString("yyyy-MM-dd HH:mm:ss"), {second, 0});
     if (m_encoder.nextParity() != second % 2)
         m_encoder.encode(picture, true);
-    const QByteArray slice = m_encoder.encode(picture, true).first();
+    QByteArray slice = m_encoder.encode(picture, true).first();
     m_firstSlices.insert(second, new QByteArray(slice));
     return slice;
 }

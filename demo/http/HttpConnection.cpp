@@ -8,9 +8,9 @@ namespace demo {
 
 namespace {
 
-constexpr qint64 maxHeadBytes = 64 * 1024;
-constexpr qint64 maxBodyBytes = 8 * 1024 * 1024;
-constexpr qint64 sendAheadBytes = 512 * 1024;
+constexpr qint64 maxHeadBytes = 64 * 1024LL;
+constexpr qint64 maxBodyBytes = 8LL * 1024 * 1024;
+constexpr qint64 sendAheadBytes = 512 * 1024LL;
 
 } // namespace
 

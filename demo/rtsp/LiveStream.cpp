@@ -3,7 +3,6 @@
 #include <QDateTime>
 
 #include <gst/app/gstappsrc.h>
-#include <gst/rtsp-server/rtsp-server.h>
 
 #include <algorithm>
 

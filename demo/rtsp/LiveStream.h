@@ -2,13 +2,12 @@
 
 #include "footage/Footage.h"
 
+#include <gst/rtsp-server/rtsp-server.h>
+
 #include <atomic>
 #include <memory>
 #include <mutex>
 #include <vector>
-
-struct _GstRTSPMedia;
-struct _GstRTSPMediaFactory;
 
 namespace demo {
 
@@ -24,7 +23,7 @@ public:
     LiveStream(Footage &footage, const Footage::Look &look, const VideoFormat &format);
 
     /// A factory whose media show this stream. The caller owns the reference.
-    _GstRTSPMediaFactory *makeFactory();
+    GstRTSPMediaFactory *makeFactory();
 
     /// While set, no viewer gets a picture; afterwards each goes on with the present second.
     void setHung(bool hung);
@@ -32,7 +31,7 @@ public:
 private:
     class Feed;
 
-    void configure(_GstRTSPMedia *media);
+    void configure(GstRTSPMedia *media);
 
     Footage &m_footage;
     const Footage::Look m_look;

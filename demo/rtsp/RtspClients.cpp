@@ -1,7 +1,5 @@
 #include "rtsp/RtspClients.h"
 
-#include <gst/rtsp-server/rtsp-server.h>
-
 #include <algorithm>
 
 namespace demo {

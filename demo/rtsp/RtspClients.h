@@ -4,13 +4,10 @@
 #include <QJsonObject>
 #include <QString>
 
+#include <gst/rtsp-server/rtsp-server.h>
+
 #include <mutex>
 #include <set>
-
-struct _GSocket;
-struct _GstRTSPClient;
-struct _GstRTSPContext;
-struct _GstRTSPServer;
 
 namespace demo {
 
@@ -18,7 +15,7 @@ namespace demo {
 class RtspClients
 {
 public:
-    explicit RtspClients(_GstRTSPServer *server);
+    explicit RtspClients(GstRTSPServer *server);
     ~RtspClients();
     Q_DISABLE_COPY_MOVE(RtspClients)
 
@@ -29,7 +26,7 @@ public:
 private:
     struct Client
     {
-        _GSocket *socket = nullptr;
+        GSocket *socket = nullptr;
         std::set<QString> playing;
         std::set<QString> described;
     };
@@ -39,16 +36,16 @@ private:
         int played = 0;
     };
 
-    void add(_GstRTSPClient *client);
-    void remove(_GstRTSPClient *client);
-    void describe(_GstRTSPClient *client, const QString &path);
-    void play(_GstRTSPClient *client, const QString &path);
-    void tearDown(_GstRTSPClient *client, const QString &path);
+    void add(GstRTSPClient *client);
+    void remove(GstRTSPClient *client);
+    void describe(GstRTSPClient *client, const QString &path);
+    void play(GstRTSPClient *client, const QString &path);
+    void tearDown(GstRTSPClient *client, const QString &path);
 
-    _GstRTSPServer *m_server;
+    GstRTSPServer *m_server;
     unsigned long m_connectedSignal;
     mutable std::mutex m_mutex;
-    QHash<_GstRTSPClient *, Client> m_clients;
+    QHash<GstRTSPClient *, Client> m_clients;
     QHash<QString, Counts> m_counts;
 };
 

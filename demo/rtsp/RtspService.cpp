@@ -4,8 +4,6 @@
 #include "rtsp/RtspClients.h"
 #include "state/Camera.h"
 
-#include <gst/rtsp-server/rtsp-server.h>
-
 #include <thread>
 
 namespace demo {
@@ -14,6 +12,29 @@ namespace {
 
 constexpr auto role = "viewer";
 constexpr guint cleanUpSeconds = 5;
+
+GstRTSPServer *makeServer()
+{
+    gst_init(nullptr, nullptr);
+    GstRTSPServer *server = gst_rtsp_server_new();
+    gst_rtsp_server_set_address(server, "127.0.0.1");
+    GstRTSPThreadPool *pool = gst_rtsp_server_get_thread_pool(server);
+    gst_rtsp_thread_pool_set_max_threads(pool, -1);
+    g_object_unref(pool);
+    return server;
+}
+
+/// The name of the first GStreamer element that streams need and this machine lacks; null when all are there.
+const char *missingElement()
+{
+    for (const char *name : {"appsrc", "rtph264pay", "rtpbin"}) {
+        GstElementFactory *factory = gst_element_factory_find(name);
+        if (!factory)
+            return name;
+        gst_object_unref(factory);
+    }
+    return nullptr;
+}
 
 GstRTSPAuth *makeAuth(const QByteArray &user, const QByteArray &password)
 {
@@ -44,14 +65,10 @@ public:
         , password(std::move(userPassword))
         , context(g_main_context_new())
         , loop(g_main_loop_new(context, FALSE))
-        , server(gst_rtsp_server_new())
+        , server(makeServer())
         , mounts(gst_rtsp_server_get_mount_points(server))
         , clients(std::make_unique<RtspClients>(server))
     {
-        gst_rtsp_server_set_address(server, "127.0.0.1");
-        GstRTSPThreadPool *pool = gst_rtsp_server_get_thread_pool(server);
-        gst_rtsp_thread_pool_set_max_threads(pool, -1);
-        g_object_unref(pool);
         GstRTSPAuth *auth = makeAuth(user, password);
         gst_rtsp_server_set_auth(server, auth);
         g_object_unref(auth);
@@ -84,56 +101,62 @@ public:
 };
 
 RtspService::RtspService(Footage &footage, QByteArray user, QByteArray password)
-    : d(std::make_unique<Private>(footage, std::move(user), std::move(password)))
+    : m_private(std::make_unique<Private>(footage, std::move(user), std::move(password)))
 {
 }
 
 RtspService::~RtspService()
 {
-    const QStringList cameraIds = d->streams.keys();
+    const QStringList cameraIds = m_private->streams.keys();
     for (const QString &id : cameraIds)
         removeCamera(id);
     cutAll();
-    g_main_loop_quit(d->loop);
-    if (d->thread.joinable())
-        d->thread.join();
-    d->clients.reset();
-    g_object_unref(d->mounts);
-    g_object_unref(d->server);
-    g_main_loop_unref(d->loop);
-    g_main_context_unref(d->context);
+    g_main_loop_quit(m_private->loop);
+    if (m_private->thread.joinable())
+        m_private->thread.join();
+    m_private->clients.reset();
+    g_object_unref(m_private->mounts);
+    g_object_unref(m_private->server);
+    g_main_loop_unref(m_private->loop);
+    g_main_context_unref(m_private->context);
 }
 
-bool RtspService::start(quint16 port)
+bool RtspService::start(quint16 port, QString *error)
 {
-    gst_rtsp_server_set_service(d->server, QByteArray::number(port).constData());
-    if (gst_rtsp_server_attach(d->server, d->context) == 0)
+    if (const char *element = missingElement()) {
+        *error = QString("The GStreamer element %1 is not installed").arg(element);
         return false;
+    }
+    gst_rtsp_server_set_service(m_private->server, QByteArray::number(port).constData());
+    if (gst_rtsp_server_attach(m_private->server, m_private->context) == 0) {
+        *error = QString("RTSP port %1 cannot be had").arg(port);
+        return false;
+    }
     GSource *cleaner = g_timeout_source_new_seconds(cleanUpSeconds);
-    g_source_set_callback(cleaner, cleanUpSessions, d->server, nullptr);
-    g_source_attach(cleaner, d->context);
+    g_source_set_callback(cleaner, cleanUpSessions, m_private->server, nullptr);
+    g_source_attach(cleaner, m_private->context);
     g_source_unref(cleaner);
-    d->thread = std::thread([this] {
-        g_main_context_push_thread_default(d->context);
-        g_main_loop_run(d->loop);
-        g_main_context_pop_thread_default(d->context);
+    m_private->thread = std::thread([this] {
+        g_main_context_push_thread_default(m_private->context);
+        g_main_loop_run(m_private->loop);
+        g_main_context_pop_thread_default(m_private->context);
     });
     return true;
 }
 
 quint16 RtspService::port() const
 {
-    return quint16(gst_rtsp_server_get_bound_port(d->server));
+    return quint16(gst_rtsp_server_get_bound_port(m_private->server));
 }
 
 void RtspService::setCamera(const Camera &camera)
 {
     const Footage::Look look{camera.number, camera.name};
-    QHash<QString, std::shared_ptr<LiveStream>> &streams = d->streams[camera.id];
+    QHash<QString, std::shared_ptr<LiveStream>> &streams = m_private->streams[camera.id];
     const auto serve = [&](const QString &streamRole, const VideoFormat &format) {
         const QString path = u'/' + camera.id + u'/' + streamRole;
-        streams[path] = std::make_shared<LiveStream>(d->footage, look, format);
-        d->mount(path, *streams[path]);
+        streams[path] = std::make_shared<LiveStream>(m_private->footage, look, format);
+        m_private->mount(path, *streams[path]);
     };
     serve("main", VideoFormat::main());
     if (camera.hasSubStream)
@@ -142,42 +165,42 @@ void RtspService::setCamera(const Camera &camera)
 
 void RtspService::removeCamera(const QString &cameraId)
 {
-    const QHash<QString, std::shared_ptr<LiveStream>> streams = d->streams.take(cameraId);
+    const QHash<QString, std::shared_ptr<LiveStream>> streams = m_private->streams.take(cameraId);
     for (auto it = streams.cbegin(); it != streams.cend(); ++it)
-        d->unmount(it.key());
-    d->clients->cut(u'/' + cameraId + u'/');
+        m_private->unmount(it.key());
+    m_private->clients->cut(u'/' + cameraId + u'/');
 }
 
 void RtspService::setFault(const QString &cameraId, CameraFault fault)
 {
-    const QHash<QString, std::shared_ptr<LiveStream>> streams = d->streams.value(cameraId);
+    const QHash<QString, std::shared_ptr<LiveStream>> streams = m_private->streams.value(cameraId);
     for (auto it = streams.cbegin(); it != streams.cend(); ++it) {
         it.value()->setHung(fault == CameraFault::Hang);
         if (fault == CameraFault::Offline)
-            d->unmount(it.key());
+            m_private->unmount(it.key());
         else
-            d->mount(it.key(), *it.value());
+            m_private->mount(it.key(), *it.value());
     }
     if (fault == CameraFault::Offline)
-        d->clients->cut(u'/' + cameraId + u'/');
+        m_private->clients->cut(u'/' + cameraId + u'/');
 }
 
 void RtspService::cutAll()
 {
-    d->clients->cut("/");
+    m_private->clients->cut("/");
 }
 
 QString RtspService::url(const QString &cameraId, const QString &streamRole) const
 {
     return QString("rtsp://%1:%2@127.0.0.1:%3/%4/%5")
-        .arg(QString::fromLatin1(d->user), QString::fromLatin1(d->password))
+        .arg(QString::fromLatin1(m_private->user), QString::fromLatin1(m_private->password))
         .arg(port())
         .arg(cameraId, streamRole);
 }
 
 QJsonObject RtspService::statistics() const
 {
-    return d->clients->statistics();
+    return m_private->clients->statistics();
 }
 
 } // namespace demo

@@ -28,8 +28,8 @@ public:
     ~RtspService();
     Q_DISABLE_COPY_MOVE(RtspService)
 
-    /// Listens on 127.0.0.1; port 0 picks a free one. False when the port cannot be had.
-    bool start(quint16 port);
+    /// Listens on 127.0.0.1; port 0 picks a free one. False with a message when it cannot be had.
+    bool start(quint16 port, QString *error);
     quint16 port() const;
 
     /// Serves a camera, or serves it under its new name: those who watch it already keep the old one.
@@ -46,7 +46,7 @@ public:
 
 private:
     class Private;
-    std::unique_ptr<Private> d;
+    std::unique_ptr<Private> m_private;
 };
 
 } // namespace demo

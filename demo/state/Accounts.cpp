@@ -39,13 +39,13 @@ Accounts::Accounts(StateFile &state)
     : m_state(state)
 {
     const QJsonArray stored = state.section("accounts").toArray();
-    for (const QJsonValue &value : stored) {
+    for (const auto &value : stored) {
         const QJsonObject object = value.toObject();
         Account account{object["id"].toString(), object["login"].toString(), object["group_id"].toString(),
             {}, QByteArray::fromBase64(object["salt"].toString().toLatin1()),
             QByteArray::fromBase64(object["hash"].toString().toLatin1())};
         const QJsonArray permissions = object["permissions"].toArray();
-        for (const QJsonValue &permission : permissions)
+        for (const auto &permission : permissions)
             account.permissions.append(permission.toString());
         m_accounts.insert(account.id, account);
     }

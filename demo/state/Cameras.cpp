@@ -57,7 +57,7 @@ Cameras::Cameras(StateFile &state, QObject *parent)
     , m_state(state)
 {
     const QJsonArray stored = state.section("cameras").toArray();
-    for (const QJsonValue &value : stored) {
+    for (const auto &value : stored) {
         const QJsonObject object = value.toObject();
         Camera camera;
         camera.id = object["id"].toString();

@@ -33,7 +33,7 @@ Incidents::Incidents(StateFile &state, QObject *parent)
     , m_state(state)
 {
     const QJsonArray stored = state.section("incidents").toArray();
-    for (const QJsonValue &value : stored)
+    for (const auto &value : stored)
         m_incidents.append(value.toObject());
 }
 
@@ -79,7 +79,7 @@ QJsonObject Incidents::change(const QString &id, const QJsonObject &members)
         found->insert(it.key(), it.value());
     found->insert("updated_at", now());
     store();
-    const QJsonObject changed = *found;
+    QJsonObject changed = *found;
     emit updated(changed);
     return changed;
 }

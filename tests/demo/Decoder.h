@@ -1,0 +1,27 @@
+#pragma once
+
+#include "footage/FrameCode.h"
+
+#include <QImage>
+#include <QList>
+#include <QStringList>
+
+/// What ffmpeg made of a video.
+struct Decoded
+{
+    QList<QImage> frames; ///< in grey
+    QByteArray complaints; ///< everything it had to say from warnings upwards
+
+    /// The instants that the pictures show; an unreadable one is {-1, -1}.
+    QList<demo::FrameInstant> instants() const;
+};
+
+/// Decodes with the ffmpeg program.
+class Decoder
+{
+public:
+    /// @param input ffmpeg's input options and "-i" with its value; "-" reads @p data
+    static Decoded decode(const QStringList &input, const QSize &size, const QByteArray &data = {});
+    /// A bare H.264 stream whose units are preceded by their length in four bytes.
+    static Decoded decodeUnits(const QByteArray &lengthPrefixed, const QSize &size);
+};
