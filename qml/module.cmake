@@ -70,6 +70,7 @@ set(zorvel_qml_live
     GridCells.qml
     GridKeys.qml
     GridToolbar.qml
+    LazyLoader.qml
     LiveView.qml
     PresetButton.qml
     StreamLayer.qml

@@ -8,10 +8,14 @@ Row {
     // The VideoCell.
     required property var cell
     required property int size
+    // The camera's name where the cell has no room for it.
+    property string hint: ""
 
     spacing: cell.compact ? 1 : Theme.spacingXS
 
     CellButton {
+        id: changeButton
+
         objectName: "cellChangeButton"
         glyph: "⇆"
         text: Translations.changeCamera
@@ -20,6 +24,8 @@ Row {
         onClicked: root.cell.grid.openCameraPicker(root.cell.index)
     }
     CellButton {
+        id: clearButton
+
         objectName: "cellClearButton"
         glyph: "✕"
         text: Translations.removeFromCell
@@ -27,5 +33,10 @@ Row {
         hoverColor: Theme.statusError
         size: root.size
         onClicked: root.cell.grid.clearSlot(root.cell.index)
+    }
+
+    StyledToolTip {
+        visible: root.hint !== "" && !changeButton.hovered && !clearButton.hovered
+        text: root.hint
     }
 }

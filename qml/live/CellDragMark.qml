@@ -15,7 +15,9 @@ Rectangle {
     border.color: _isSource || _isTarget ? Theme.accent : Theme.dropTargetBorder
 
     Rectangle {
-        anchors.centerIn: parent
+        anchors.horizontalCenter: parent.horizontalCenter
+        anchors.bottom: parent.bottom
+        anchors.bottomMargin: Math.min(Theme.spacingLG, (parent.height - height) / 2)
         visible: root._isTarget && root.cell.occupied
         width: label.width + 2 * Theme.spacingSM
         height: label.implicitHeight + 2 * Theme.spacingXS

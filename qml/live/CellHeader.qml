@@ -22,12 +22,14 @@ Rectangle {
     }
 
     Text {
+        id: nameLabel
+
         anchors.left: parent.left
         anchors.leftMargin: root.cell.compact ? Theme.spacingXS : Theme.spacingSM
         anchors.right: tools.left
         anchors.rightMargin: Theme.spacingXS
         anchors.verticalCenter: parent.verticalCenter
-        visible: width >= 24
+        visible: width >= 40
         text: root.cell.cameraName
         textFormat: Text.PlainText
         color: Theme.overlayText
@@ -66,6 +68,7 @@ Rectangle {
             sourceComponent: CellControls {
                 cell: root.cell
                 size: root._buttonSize
+                hint: nameLabel.truncated || !nameLabel.visible ? root.cell.cameraName : ""
             }
         }
         Loader {

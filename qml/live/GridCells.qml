@@ -17,12 +17,48 @@ Item {
         return cells.itemAt(index) as VideoCell
     }
 
+    function focusCell(index: int, reason: int) {
+        const cell = cellAt(index)
+        cell.forceActiveFocus(reason)
+        cell.focusReason = reason
+        grid.currentSlot = index
+    }
+
+    // A cell that leaves the screen hands the keyboard to one that stays.
+    function keepFocusVisible() {
+        const current = cellAt(grid.currentSlot)
+        const slot = grid.maximizedSlot !== -1 ? grid.maximizedSlot : Math.min(grid.currentSlot, grid.cells - 1)
+        if (slot === grid.currentSlot)
+            return
+        if (current.activeFocus) {
+            focusCell(slot, current.focusReason)
+        } else {
+            cellAt(slot).focus = true
+            grid.currentSlot = slot
+        }
+    }
+
+    // A cell that is not part of the preset keeps its camera, so that coming back costs less.
+    function refresh() {
+        const cameras = grid.slots
+        for (let index = 0; index < cameras.length; ++index)
+            cells.itemAt(index).show(cameras[index])
+    }
+
+    Component.onCompleted: refresh()
+
+    Connections {
+        target: root.grid
+
+        function onSlotsChanged() {
+            root.refresh()
+        }
+    }
     Connections {
         target: cameraModel
 
         function onModelReset() {
-            for (let index = 0; index < cells.count; ++index)
-                cells.itemAt(index).refresh()
+            root.refresh()
         }
 
         function onCameraStateChanged(cameraId, state) {

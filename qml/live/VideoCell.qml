@@ -14,7 +14,7 @@ T.Control {
     required property var grid
     required property StreamLayer streams
 
-    readonly property string cameraId: grid.slots[index] ?? ""
+    property string cameraId: ""
     property string cameraName: ""
     property string cameraState: ""
     property string streamState: ""
@@ -36,8 +36,9 @@ T.Control {
         : streamState === "error" ? Translations.connectionError
         : recording ? Translations.stateRecording : ""
 
-    // Reads everything about the cell's camera anew.
-    function refresh() {
+    // Shows a camera, or reads everything about the one it shows anew.
+    function show(camera: string) {
+        cameraId = camera
         known = cameraId !== "" && cameraModel.hasCameraById(cameraId)
         cameraName = known ? cameraModel.cameraNameById(cameraId) : ""
         cameraState = known ? cameraModel.cameraStateById(cameraId) : ""
@@ -58,7 +59,6 @@ T.Control {
     Accessible.name: Grid.sentence([Translations.cellNumber.arg(index + 1), cameraName, _stateText])
     Accessible.focusable: true
     Accessible.onPressAction: grid.activateSlot(index)
-    onCameraIdChanged: refresh()
 
     background: Rectangle {
         visible: !root.occupied
@@ -116,9 +116,9 @@ T.Control {
         }
     }
 
-    Loader {
+    LazyLoader {
         anchors.fill: parent
-        active: root.visible && !root.occupied
+        shown: root.visible && !root.occupied
         sourceComponent: CellHint {
             dragActive: root.grid.anyDragActive
             highlighted: hover.hovered || root.dropHovered
@@ -132,9 +132,9 @@ T.Control {
             onRetryRequested: root.streams.retry(root.cameraId)
         }
     }
-    Loader {
+    LazyLoader {
         width: parent.width
-        active: root.occupied
+        shown: root.occupied
         sourceComponent: CellHeader {
             cell: root
         }

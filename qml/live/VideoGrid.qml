@@ -22,12 +22,16 @@ FocusScope {
 
     readonly property var presets: ["1x1", "2x2", "3x3", "4x4", "5x5", "8x8", "1+5", "1+7", "2+8"]
     readonly property int cellPool: 64
-    readonly property var cellUnits: layout.cellLayout(layout.currentLayout)
-    readonly property real cellW: area.width / layout.cols
-    readonly property real cellH: area.height / layout.rows
+    readonly property var cellUnits: _packing.units
+    // In one, so that another preset moves each cell once and not once for each of the three.
+    readonly property var _packing: ({
+        units: layout.cellLayout(layout.currentLayout),
+        cellW: area.width / layout.cols,
+        cellH: area.height / layout.rows
+    })
 
     // All that the streams' placements follow from.
-    readonly property var _placementInputs: [slots, maximizedSlot, suspended, cellUnits, cellW, cellH]
+    readonly property var _placementInputs: [slots, maximizedSlot, suspended, _packing]
 
     readonly property bool slotDragActive: slotDrag.active
     readonly property int dragSourceSlot: slotDragActive ? slotDrag.slotIndex : -1
@@ -62,8 +66,8 @@ FocusScope {
     function cellGeometry(index: int) : var {
         if (index === layout.maximizedSlot)
             return { x: 0, y: 0, w: area.width, h: area.height }
-        const unit = cellUnits[index]
-        return unit ? Grid.cellRect(unit, cellW, cellH) : { x: 0, y: 0, w: 0, h: 0 }
+        const unit = _packing.units[index]
+        return unit ? Grid.cellRect(unit, _packing.cellW, _packing.cellH) : { x: 0, y: 0, w: 0, h: 0 }
     }
 
     // What a double click does: shows one camera alone, or goes back to the grid.
@@ -91,8 +95,7 @@ FocusScope {
     }
 
     function focusSlot(index: int, reason: int) {
-        cellArea.cellAt(index).forceActiveFocus(reason)
-        currentSlot = index
+        cellArea.focusCell(index, reason)
     }
 
     function startSlotDrag(fromSlotIndex: int, globalX: real, globalY: real) {
@@ -146,26 +149,12 @@ FocusScope {
             layout.pruneMissing(cameraModel.cameraIds())
     }
 
-    // A cell that leaves the screen hands the keyboard to one that stays.
-    function _keepFocusVisible() {
-        const slot = layout.maximizedSlot !== -1 ? layout.maximizedSlot : Math.min(currentSlot, layout.cells - 1)
-        if (slot === currentSlot)
-            return
-        const reason = cellArea.cellAt(currentSlot).visualFocus ? Qt.TabFocusReason : Qt.OtherFocusReason
-        if (area.activeFocus) {
-            focusSlot(slot, reason)
-        } else {
-            currentSlot = slot
-            cellArea.cellAt(slot).focus = true
-        }
-    }
-
     onCurrentLayoutChanged: {
         console.info(streamLog, "[grid] layout ->", currentLayout)
         cancelSlotDrag()
-        _keepFocusVisible()
+        cellArea.keepFocusVisible()
     }
-    onMaximizedSlotChanged: _keepFocusVisible()
+    onMaximizedSlotChanged: cellArea.keepFocusVisible()
     on_PlacementInputsChanged: _scheduleSync()
     onVisibleChanged: {
         if (visible)

@@ -202,6 +202,7 @@ TestCase {
         verify(picker().opened)
         keyClick(Qt.Key_Return)
         compare(grid.slots[1], "cam1")
+        tryVerify(() => cell(1).visualFocus)
     }
 
     // A digit that is typed belongs to the field.
