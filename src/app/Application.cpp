@@ -1,7 +1,6 @@
 #include "app/Application.h"
 
 #include "app/CrashReporting.h"
-#include "app/QmlTypes.h"
 
 #include <QQmlContext>
 
@@ -18,7 +17,6 @@ Application::Application()
 {
     // Qt's application object takes the operating system's number format over.
     std::setlocale(LC_NUMERIC, "C");
-    registerQmlTypes();
     m_statusPollTimer.setObjectName(QStringLiteral("statusPollTimer"));
     m_statusPollTimer.setInterval(statusPollIntervalMs);
     m_cameraRefetchTimer.setObjectName(QStringLiteral("cameraRefetchTimer"));

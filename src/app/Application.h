@@ -16,7 +16,7 @@
 // and the QML engine that shows them. They are members in the order of their creation, so that the engine
 // goes first and every service outlives what uses it.
 //
-// Nothing is fetched before the first successful sign-in.
+// Nothing is fetched before the first successful sign-in. The QML types are registered by the entry point.
 class Application : public QObject
 {
     Q_OBJECT

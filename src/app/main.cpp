@@ -1,5 +1,6 @@
 #include "app/Application.h"
 #include "app/CrashReporting.h"
+#include "app/QmlTypes.h"
 
 #include <QGuiApplication>
 #include <QQuickStyle>
@@ -17,6 +18,7 @@ int main(int argc, char *argv[])
     QGuiApplication::setOrganizationName(QStringLiteral("Zorvel"));
     initCrashReporting();
     QQuickStyle::setStyle(QStringLiteral("Basic"));
+    registerQmlTypes();
 
     Application application;
     const int exitCode = application.load() ? QGuiApplication::exec() : -1;

@@ -25,6 +25,7 @@ CameraStreamView::CameraStreamView(QQuickItem *parent)
 {
     setFlag(ItemHasContents, false);
     setClip(true);
+    m_recoverTimer.setObjectName(QStringLiteral("recoverTimer"));
     m_recoverTimer.setSingleShot(true);
     m_watchTimer.setInterval(watchIntervalMs);
     createPlayer(0);
@@ -36,10 +37,7 @@ CameraStreamView::CameraStreamView(QQuickItem *parent)
     connect(&m_machine, &StreamSwitchMachine::frontSlotChanged, this, &CameraStreamView::onFrontSlotChanged);
     connect(&m_machine, &StreamSwitchMachine::displayStateChanged, this,
         &CameraStreamView::onMachineStateChanged);
-    connect(&m_recoverTimer, &QTimer::timeout, this, [this] {
-        qCInfo(lcStream, "[%ls] live auto-recover: retry", qUtf16Printable(m_cameraId));
-        m_machine.retry();
-    });
+    connect(&m_recoverTimer, &QTimer::timeout, this, &CameraStreamView::recover);
     connect(&m_watchTimer, &QTimer::timeout, this, &CameraStreamView::watch);
 }
 
@@ -78,6 +76,7 @@ void CameraStreamView::setCameraId(const QString &cameraId)
     m_cameraId = cameraId;
     m_subRequestId.clear();
     m_mainRequestId.clear();
+    m_renewalRequestId.clear();
     m_recoverTimer.stop();
     m_recoverDelayMs = firstRecoverDelayMs;
     emit cameraIdChanged();
@@ -176,9 +175,13 @@ void CameraStreamView::onUrlRequested(const QString &role)
         m_deferredRole = role;
         return;
     }
+    fetchUrl(role, role == QLatin1String("sub") ? m_subRequestId : m_mainRequestId);
+}
+
+void CameraStreamView::fetchUrl(const QString &role, QString &requestId)
+{
     ++m_requestCounter;
-    const QString requestId = QStringLiteral("%1|%2|%3").arg(m_cameraId, role).arg(m_requestCounter);
-    (role == QLatin1String("sub") ? m_subRequestId : m_mainRequestId) = requestId;
+    requestId = QStringLiteral("%1|%2|%3").arg(m_cameraId, role).arg(m_requestCounter);
     m_apiClient->fetchStreamUrl(m_cameraId, role, requestId);
 }
 
@@ -229,6 +232,8 @@ void CameraStreamView::onStreamUrlFailed(
     const QString &cameraId, const QString &requestId, const QString &error)
 {
     Q_UNUSED(error)
+    if (requestId == m_renewalRequestId)
+        return;
     const QString role = takeRoleOf(cameraId, requestId);
     if (!role.isEmpty())
         m_machine.urlFailed(role);
@@ -246,7 +251,7 @@ QString CameraStreamView::takeRoleOf(const QString &cameraId, const QString &req
         m_mainRequestId.clear();
         return QStringLiteral("main");
     }
-    return {};
+    return requestId == m_renewalRequestId ? m_renewalRole : QString();
 }
 
 void CameraStreamView::onMachineStateChanged(const QString &state)
@@ -289,6 +294,17 @@ void CameraStreamView::scheduleRecovery()
     qCWarning(
         lcStream, "[%ls] live stream failed — auto-recover in %dms", qUtf16Printable(m_cameraId), delayMs);
     m_recoverTimer.start(delayMs);
+}
+
+void CameraStreamView::recover()
+{
+    const bool hasFailedAgain = m_recoverDelayMs > 2 * firstRecoverDelayMs;
+    qCInfo(lcStream, "[%ls] live auto-recover: retry", qUtf16Printable(m_cameraId));
+    m_machine.retry();
+    if (!hasFailedAgain || !m_apiClient || m_machine.pendingSlot() < 0)
+        return;
+    m_renewalRole = m_machine.pendingRole();
+    fetchUrl(m_renewalRole, m_renewalRequestId);
 }
 
 void CameraStreamView::recovered()

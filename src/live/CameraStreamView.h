@@ -13,7 +13,8 @@
 class MpvObject;
 
 // The live picture of one camera: two players that a StreamSwitchMachine directs, the stream addresses from
-// the server, and recovery by itself with a back-off of 1 s doubling to 30 s.
+// the server, and recovery by itself with a back-off of 1 s doubling to 30 s. From the second attempt on it
+// also asks whether the address has changed; the attempt after that uses the new one.
 //
 // Besides what the players report, a shown stream that delivers no new frame for 5 s, and a load that gets no
 // first frame for 15 s, count as player errors, so that a camera that falls silent with its connection open
@@ -90,9 +91,11 @@ private:
     MpvObject *frontPlayer() const { return player(m_machine.frontSlot()); }
     // The slot from which a first frame is expected, -1 for none.
     int awaitedSlot() const;
+    void fetchUrl(const QString &role, QString &requestId);
     QString takeRoleOf(const QString &cameraId, const QString &requestId);
     void failPlayer(int slot);
     void scheduleRecovery();
+    void recover();
     void recovered();
     void updateWatch();
     void watch();
@@ -107,10 +110,12 @@ private:
     int m_requestCounter = 0;
     QString m_subRequestId;
     QString m_mainRequestId;
+    QString m_renewalRequestId;
+    QString m_renewalRole;
     QString m_deferredRole;
-    QTimer m_recoverTimer;
+    QTimer m_recoverTimer{this};
     int m_recoverDelayMs;
-    QTimer m_watchTimer;
+    QTimer m_watchTimer{this};
     int m_waitedMs = 0;
     StreamSwitchMachine m_machine;
     std::array<std::unique_ptr<MpvObject>, 2> m_players;

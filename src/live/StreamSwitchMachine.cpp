@@ -35,6 +35,11 @@ StreamSwitchMachine::StreamSwitchMachine(QObject *parent)
 {
 }
 
+QString StreamSwitchMachine::pendingRole() const
+{
+    return toText(m_pendingRole);
+}
+
 void StreamSwitchMachine::setCamera(const QString &cameraId, bool hasSub)
 {
     if (cameraId == m_cameraId && hasSub == m_hasSub)

@@ -28,6 +28,8 @@ public:
     int frontSlot() const { return m_frontSlot; }
     // The slot whose load awaits its first frame, -1 for none.
     int pendingSlot() const { return m_pendingSlot; }
+    // The stream that this load is of, "" for none.
+    QString pendingRole() const;
     // "idle", "loading", "playing" or "error"; empty before the first input.
     QString displayState() const { return m_displayState; }
 

@@ -1,5 +1,6 @@
 #include "app/Application.h"
 #include "app/CrashReporting.h"
+#include "app/QmlTypes.h"
 #include "support/RecordingCrashBackend.h"
 #include "support/ScriptedServer.h"
 
@@ -61,6 +62,7 @@ const QByteArray channelRoute = "GET /client-api/ws";
 void ApplicationTest::initTestCase()
 {
     QStandardPaths::setTestModeEnabled(true);
+    registerQmlTypes();
     qputenv("ZORVEL_SENTRY_DSN", "http://key@127.0.0.1/1");
     initCrashReporting(std::make_unique<RecordingCrashBackend>(m_crashRecord));
 }

@@ -23,6 +23,7 @@ private slots:
     void switchesPlayersInPlace();
     void delaysGrowUntilAPicture();
     void recoversByItself();
+    void addressIsAskedForAgain();
     void endedSwitchIsTriedAgain();
     void suspendedViewRestsCompletely();
     void anotherCameraStartsAfresh();
@@ -199,6 +200,33 @@ void CameraStreamViewTest::recoversByItself()
     QCOMPARE(logged("auto-recover"),
         QStringList({"info zorvel.stream: [cam7] live auto-recover: retry",
             "warning zorvel.stream: [cam7] live stream failed — auto-recover in 2000ms"}));
+}
+
+void CameraStreamViewTest::addressIsAskedForAgain()
+{
+    const auto failAndRecover = [&] {
+        emit player(0).fileEnded();
+        m_view->findChild<QTimer *>("recoverTimer")->start(0);
+        QTRY_COMPARE(player(0).state(), "loading");
+    };
+    play();
+    const qsizetype before = requests();
+    failAndRecover();
+    QTest::qWait(100);
+    QCOMPARE(requests(), before);
+
+    QSignalSpy answered(&*m_client, &ApiClient::streamUrlReceived);
+    m_server->otherwise(
+        [](const auto &) { return ScriptedServer::Answer{.body = R"({"url": "rtsp://moved/sub"})"}; });
+    failAndRecover();
+    QTRY_COMPARE(answered.count(), 1);
+    QCOMPARE(player(0).source(), subUrl);
+    QSignalSpy refused(&*m_client, &ApiClient::streamUrlFailed);
+    m_server->otherwise([](const auto &) { return ScriptedServer::Answer{.status = 503}; });
+    failAndRecover();
+    QCOMPARE(player(0).source(), "rtsp://moved/sub");
+    QTRY_COMPARE(refused.count(), 1);
+    QCOMPARE(m_view->displayState(), "loading");
 }
 
 void CameraStreamViewTest::endedSwitchIsTriedAgain()
