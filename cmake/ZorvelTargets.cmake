@@ -11,6 +11,11 @@ else()
         -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual -Wextra-semi
         $<$<BOOL:${ZORVEL_WERROR}>:-Werror>)
 endif()
+# The many test programs spend most of their build in the linker.
+find_program(ZORVEL_LLD ld.lld)
+if(ZORVEL_LLD AND NOT MSVC AND NOT ZORVEL_SANITIZE)
+    target_link_options(zorvel_flags INTERFACE -fuse-ld=lld)
+endif()
 if(ZORVEL_SANITIZE)
     target_compile_options(zorvel_flags INTERFACE
         -fsanitize=${ZORVEL_SANITIZE} -fno-omit-frame-pointer

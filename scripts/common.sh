@@ -3,7 +3,7 @@
 
 # What the client and the demo recorder build with and run on.
 build_packages=(
-    cmake ninja-build ccache g++ git pkg-config
+    cmake ninja-build ccache g++ lld git pkg-config
     qt6-base-dev qt6-declarative-dev qt6-declarative-dev-tools qt6-websockets-dev qt6-httpserver-dev
     libgl-dev libmpv-dev libx264-dev
     libgstrtspserver-1.0-dev libgstreamer-plugins-base1.0-dev
