@@ -45,6 +45,7 @@ private:
         return QStringLiteral("ws://127.0.0.1:%1/client-api/ws").arg(m_server->serverPort());
     }
     QTimer *timer(const char *name) const { return m_client->findChild<QTimer *>(name); }
+    void listen();
     // Connects and returns the server's end.
     QWebSocket *connected();
     QWebSocket *accepted();
@@ -65,10 +66,15 @@ void EventChannelTest::initTestCase()
 
 void EventChannelTest::init()
 {
-    m_server = std::make_unique<QWebSocketServer>("recorder", QWebSocketServer::NonSecureMode);
-    QVERIFY(m_server->listen(QHostAddress::LocalHost));
+    listen();
     m_client = std::make_unique<WSClient>();
     reports.take();
+}
+
+void EventChannelTest::listen()
+{
+    m_server = std::make_unique<QWebSocketServer>("recorder", QWebSocketServer::NonSecureMode);
+    QVERIFY(m_server->listen(QHostAddress::LocalHost));
 }
 
 void EventChannelTest::cleanup()
@@ -269,7 +275,7 @@ void EventChannelTest::connectionResetsTheBackOff()
         m_server.reset();
         QCOMPARE(skipWait(), delayMs);
     }
-    init();
+    listen();
     connected()->abort();
     QCOMPARE(skipWait(), 1000);
 }
