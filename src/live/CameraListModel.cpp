@@ -78,7 +78,7 @@ void CameraListModel::updateStatuses(const QList<CameraStatusData> &statuses)
         }
         ++matched;
         qCDebug(lcStatus, "updateStatuses: id=%ls state=%ls error=%ls", qUtf16Printable(status.cameraId),
-            qUtf16Printable(status.state), qUtf16Printable(status.error));
+            qUtf16Printable(status.state), qUtf16Printable(redactUrl(status.error)));
         applyStatus(row, status.state, status.error);
     }
     qCInfo(lcStatus, "updateStatuses: %lld received, %lld matched, %lld unmatched, model has %d cameras",
@@ -94,7 +94,7 @@ void CameraListModel::updateStatus(const QString &cameraId, const QString &state
         return;
     }
     qCInfo(lcStatus, "updateStatus(WS): id=%ls state=%ls error=%ls", qUtf16Printable(cameraId),
-        qUtf16Printable(state), qUtf16Printable(error));
+        qUtf16Printable(state), qUtf16Printable(redactUrl(error)));
     applyStatus(row, state, error);
 }
 

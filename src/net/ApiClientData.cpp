@@ -96,7 +96,7 @@ void ApiClient::fetchCamerasStatus()
             for (const CameraStatusData &status : statuses) {
                 qCDebug(lcStatus).noquote()
                     << QStringLiteral("fetchCamerasStatus: parsed id=%1 state=%2 error=%3")
-                           .arg(status.cameraId, status.state, status.error);
+                           .arg(status.cameraId, status.state, redactUrl(status.error));
             }
             qCInfo(lcStatus).noquote()
                 << QStringLiteral("fetchCamerasStatus: received %1 statuses").arg(statuses.size());

@@ -51,8 +51,9 @@ void WSClient::handleTextMessage(const QString &message)
         {QStringLiteral("camera_status"),
             [](WSClient *client, const QJsonObject &data) {
                 const auto status = CameraStatusData::fromJson(data);
-                qCInfo(lcStatus).noquote() << QStringLiteral("WS camera_status: id=%1 state=%2 error=%3")
-                                                  .arg(status.cameraId, status.state, status.error);
+                qCInfo(lcStatus).noquote()
+                    << QStringLiteral("WS camera_status: id=%1 state=%2 error=%3")
+                           .arg(status.cameraId, status.state, redactUrl(status.error));
                 emit client->cameraStatusChanged(status.cameraId, status.state, status.error);
             }},
         {QStringLiteral("camera_added"),

@@ -122,7 +122,7 @@ void CameraModelsTest::statusesAreLogged()
     CameraListModel model;
     model.setCameras({camera("1", "Gate")});
     LogCapture log;
-    const QList<CameraStatusData> statuses = {{"1", "recording", "e"}, {"9", "offline", ""}};
+    const QList<CameraStatusData> statuses = {{"1", "recording", "rtsp://u:p@h"}, {"9", "offline", ""}};
     const QString summary
         = "info zorvel.status: updateStatuses: 2 received, 1 matched, 1 unmatched, model has 1 cameras";
     model.updateStatuses(statuses);
@@ -131,13 +131,13 @@ void CameraModelsTest::statusesAreLogged()
     model.updateStatuses(statuses);
     QLoggingCategory::setFilterRules({});
     QCOMPARE(log.taken(),
-        QStringList({"debug zorvel.status: updateStatuses: id=1 state=recording error=e",
+        QStringList({"debug zorvel.status: updateStatuses: id=1 state=recording error=rtsp://h",
             "debug zorvel.status: updateStatuses: no camera for id=9 state=offline (not in model)",
             summary}));
-    model.updateStatus("1", "error", "no signal");
+    model.updateStatus("1", "error", "no signal from rtsp://u:p@h");
     model.updateStatus("9", "error", "no signal");
     QCOMPARE(log.taken(),
-        QStringList({"info zorvel.status: updateStatus(WS): id=1 state=error error=no signal",
+        QStringList({"info zorvel.status: updateStatus(WS): id=1 state=error error=no signal from rtsp://h",
             "info zorvel.status: updateStatus(WS): no camera for id=9 state=error (not in model)"}));
 }
 

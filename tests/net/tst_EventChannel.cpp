@@ -153,8 +153,9 @@ void EventChannelTest::events_data()
     const auto row = [](const char *name, const char *frame, const QString &signal) {
         QTest::newRow(name) << QString(frame) << signal;
     };
-    row("status", R"({"type":"camera_status","data":{"camera_id":"1","state":"offline","error":"x"}})",
-        "status 1 offline x");
+    row("status",
+        R"({"type":"camera_status","data":{"camera_id":"1","state":"offline","error":"rtsp://u:p@h gone"}})",
+        "status 1 offline rtsp://u:p@h gone");
     row("status without data", R"({"type":"camera_status"})", "status   ");
     row("added", R"({"type":"camera_added","data":{"id":"1","camera_id":"2"}})", "added 1");
     row("updated", R"({"type":"camera_updated","data":{"id":"1"}})", "updated 1");
@@ -191,7 +192,7 @@ void EventChannelTest::events()
     server->sendTextMessage(QString(100'000, u'['));
     server->sendBinaryMessage(frame.toUtf8());
     if (frame.contains("camera_status") && frame.contains("data")) {
-        QTest::ignoreMessage(QtInfoMsg, "WS camera_status: id=1 state=offline error=x");
+        QTest::ignoreMessage(QtInfoMsg, "WS camera_status: id=1 state=offline error=rtsp://h gone");
     }
     server->sendTextMessage(frame);
     QTRY_COMPARE(events.size(), 1);
