@@ -115,7 +115,8 @@ public:
     Q_INVOKABLE QString segmentFileUrl(qint64 segmentId, const QString &nodeId) const;
 
     /// Asks for the MP4 stream of [from, to), part of an export that begins at `origin`; `init` asks for the
-    /// file header too. The reply belongs to `owner`. Requests::serverErrorText says why it failed.
+    /// file header too. The reply belongs to `owner`, who also decides how long silence may last.
+    /// Requests::serverErrorText says why it failed.
     QNetworkReply *openExportStream(const QString &cameraId, const QDateTime &origin, const QDateTime &from,
         const QDateTime &to, bool init, QObject *owner);
 

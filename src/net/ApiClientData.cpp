@@ -322,10 +322,12 @@ QString ApiClient::segmentFileUrl(qint64 segmentId, const QString &nodeId) const
 QNetworkReply *ApiClient::openExportStream(const QString &cameraId, const QDateTime &origin,
     const QDateTime &from, const QDateTime &to, bool init, QObject *owner)
 {
-    QNetworkReply *reply
-        = get(QStringLiteral("/client-api/export/stream?camera_id=%1&from=%2&to=%3&origin=%4&init=%5")
-                  .arg(Requests::encoded(cameraId), encoded(from), encoded(to), encoded(origin),
-                      init ? QStringLiteral("1") : QStringLiteral("0")));
+    QNetworkRequest request = authorizedRequest(
+        QStringLiteral("/client-api/export/stream?camera_id=%1&from=%2&to=%3&origin=%4&init=%5")
+            .arg(Requests::encoded(cameraId), encoded(from), encoded(to), encoded(origin),
+                init ? QStringLiteral("1") : QStringLiteral("0")));
+    request.setTransferTimeout(0);
+    QNetworkReply *reply = m_network.get(request);
     reply->setParent(owner);
     return reply;
 }

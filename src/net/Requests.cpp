@@ -10,6 +10,7 @@ QNetworkRequest Requests::plain(const QUrl &url, Body body)
 {
     QNetworkRequest request(url);
     request.setRawHeader("X-Request-ID", QUuid::createUuid().toByteArray(QUuid::WithoutBraces));
+    request.setTransferTimeout(silenceLimitMs);
     request.setAttribute(QNetworkRequest::RedirectPolicyAttribute, QNetworkRequest::SameOriginRedirectPolicy);
     if (body == Body::Json) {
         request.setHeader(QNetworkRequest::ContentTypeHeader, QStringLiteral("application/json"));
@@ -40,7 +41,7 @@ void Requests::whenFinished(QNetworkReply *reply, QObject *owner,
     });
     QObject::connect(reply, &QNetworkReply::finished, owner, [reply, handle] {
         reply->deleteLater();
-        handle(*reply, reply->readAll());
+        handle(*reply, reply->isOpen() ? reply->readAll() : QByteArray());
     });
 }
 

@@ -18,8 +18,10 @@ enum class Body { None, Json };
 
 /// A request with a fresh "X-Request-ID", and "application/json" as its content type where it carries JSON.
 /// Redirects are followed within the same scheme, host and port only, so that neither token nor password
-/// reaches another server.
+/// reaches another server. It fails when nothing is heard of it for `silenceLimitMs`: a server that loses its
+/// power in the middle of a request never says so.
 QNetworkRequest plain(const QUrl &url, Body body = Body::None);
+inline constexpr int silenceLimitMs = 30'000;
 
 /// The same with "Authorization: Bearer <accessToken>".
 QNetworkRequest authorized(const QUrl &url, const QString &accessToken, Body body = Body::None);

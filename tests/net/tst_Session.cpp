@@ -3,6 +3,7 @@
 #include "support/RecordingCrashBackend.h"
 #include "support/ScriptedServer.h"
 
+#include <QNetworkReply>
 #include <QSignalSpy>
 #include <QStandardPaths>
 #include <QTest>
@@ -353,6 +354,10 @@ void SessionTest::lateAnswersDoNotBringBackASession()
     refreshNow();
     m_client->fetchCameras();
     QTRY_COMPARE(m_server->requests().size(), 3);
+    const auto unanswered = m_client->findChildren<QNetworkReply *>();
+    QCOMPARE(unanswered.size(), 2);
+    for (const QNetworkReply *reply : unanswered)
+        QCOMPARE(reply->request().transferTimeout(), 30'000);
     m_client->doLogin(m_server->url(), "olga", "geheim");
     QTRY_COMPARE(m_server->requests().size(), 4);
     m_client->doLogout();
