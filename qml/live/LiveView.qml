@@ -17,7 +17,6 @@ FocusScope {
         activePage: "live"
         onPageRequested: page => root.pageRequested(page)
     }
-    // Without a session nothing is watched, even though the page stays.
     VideoGrid {
         id: videoGrid
 
@@ -26,6 +25,6 @@ FocusScope {
         anchors.right: parent.right
         height: parent.height
         focus: true
-        suspended: root.suspended || apiClient.authenticated === false
+        suspended: root.suspended
     }
 }

@@ -2,7 +2,8 @@ import QtQuick
 import ZorvelClient
 
 // The video behind the cells: one stream view per camera of the pool. A view follows its camera from cell to cell, so
-// that no change of the grid reconnects a stream.
+// that no change of the grid reconnects a stream. Streams end with the session they were opened in, so that the next
+// user gets no picture that the server did not give to them.
 Item {
     id: root
 
@@ -11,7 +12,8 @@ Item {
     // Places the cameras that the grid shows: a list of {cameraId, x, y, w, h, visible, preferMain, suspended, hasSub,
     // z}. The streams of all others are parked.
     function sync(placements: var) {
-        pool.sync(placements)
+        if (apiClient.authenticated)
+            pool.sync(placements)
     }
 
     function displayStateFor(cameraId: string) : string {
@@ -30,6 +32,15 @@ Item {
         id: pool
 
         onStreamStateChanged: (cameraId, state) => root.streamStateChanged(cameraId, state)
+    }
+
+    Connections {
+        target: apiClient
+
+        function onAuthChanged() {
+            if (!apiClient.authenticated)
+                pool.clear()
+        }
     }
 
     // x, y, width, height, visible and z would find the view's own properties: the roles are read through `model`.

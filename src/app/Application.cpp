@@ -53,7 +53,7 @@ void Application::wire()
         &m_wsClient, &WSClient::needsToken, this, [this] { m_wsClient.setToken(m_apiClient.accessToken()); });
     connect(&m_apiClient, &ApiClient::sessionExpired, this, [] { clearCrashUser(); });
     connect(&m_apiClient, &ApiClient::sessionExpired, &m_statusPollTimer, &QTimer::stop);
-    connect(&m_apiClient, &ApiClient::authChanged, this, &Application::endPolling);
+    connect(&m_apiClient, &ApiClient::authChanged, this, &Application::endSession);
 }
 
 void Application::publish()
@@ -77,10 +77,11 @@ void Application::startSession()
     m_statusPollTimer.start();
 }
 
-void Application::endPolling()
+void Application::endSession()
 {
     if (m_apiClient.isAuthenticated())
         return;
     m_statusPollTimer.stop();
     m_cameraRefetchTimer.stop();
+    m_cameraModel.setCameras({});
 }

@@ -37,7 +37,8 @@ private:
     void wire();
     void publish();
     void startSession();
-    void endPolling();
+    // However it ended: nothing is fetched, and nobody sees this user's cameras, until the next sign-in.
+    void endSession();
 
     ApiClient m_apiClient;
     WSClient m_wsClient;

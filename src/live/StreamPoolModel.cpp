@@ -5,6 +5,7 @@
 #include <QSet>
 
 #include <algorithm>
+#include <utility>
 
 StreamPoolModel::StreamPoolModel(QObject *parent)
     : QAbstractListModel(parent)
@@ -65,6 +66,20 @@ void StreamPoolModel::sync(const QVariantList &placements)
     }
     append(added);
     rescheduleSweep();
+}
+
+void StreamPoolModel::clear()
+{
+    m_sweepTimer.stop();
+    if (m_rows.isEmpty())
+        return;
+    qCInfo(lcStream, "[pool] remove all streams (%d rows)", rowCount());
+    beginResetModel();
+    const QList<Row> removed = std::exchange(m_rows, {});
+    m_rowOfCamera.clear();
+    endResetModel();
+    for (const Row &row : removed)
+        emit cameraRemoved(row.cameraId);
 }
 
 QString StreamPoolModel::displayStateFor(const QString &cameraId) const

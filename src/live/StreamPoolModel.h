@@ -43,6 +43,8 @@ public:
     // Reconciles the rows with the placements: a list of maps with the role names as keys. Of several
     // placements of one camera the first holds; entries without a camera id are left out.
     Q_INVOKABLE void sync(const QVariantList &placements);
+    // Drops every row at once, parked ones too.
+    Q_INVOKABLE void clear();
     // The state last reported for a camera; empty when the camera has no row.
     Q_INVOKABLE QString displayStateFor(const QString &cameraId) const;
     // Stores a camera's state and, when it is a new one, emits streamStateChanged.
@@ -50,7 +52,7 @@ public:
 
 signals:
     void streamStateChanged(const QString &cameraId, const QString &state);
-    // The camera's grace period has passed and its row is gone.
+    // The camera's row is gone: its grace period has passed, or all rows were dropped.
     void cameraRemoved(const QString &cameraId);
 
 private:

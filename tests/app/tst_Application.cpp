@@ -265,6 +265,7 @@ void ApplicationTest::pollingEndsWithTheSession()
     else
         m_application->apiClient().doLogout();
     QCOMPARE(m_crashRecord.take().contains("no user"), expires);
+    QCOMPARE(m_application->cameraModel().count(), 0);
     const qsizetype lists = count(camerasRoute);
     const qsizetype polls = count(statusRoute);
     QTest::qWait(400);

@@ -16,6 +16,7 @@ private slots:
     void rowsChangeInPlace();
     void parkingAndReviving();
     void removalAfterTheGracePeriod();
+    void clearingDropsParkedRowsToo();
     void displayStates();
     void hostilePlacements();
 
@@ -145,6 +146,23 @@ void StreamPoolModelTest::removalAfterTheGracePeriod()
     QTRY_COMPARE(pool.cameras(), "d");
     pool.sync({placement("c", 3), placement("d")});
     QCOMPARE(pool.cameras(), "d,c");
+}
+
+void StreamPoolModelTest::clearingDropsParkedRowsToo()
+{
+    WatchedPool pool;
+    pool.setParkGraceMs(20);
+    pool.sync({placement("a"), placement("b")});
+    pool.reportDisplayState("b", "playing");
+    pool.sync({placement("b")});
+    pool.taken();
+    pool.clear();
+    pool.clear();
+    QCOMPARE(pool.taken(), QStringList({"gone a", "gone b"}));
+    QCOMPARE(pool.displayStateFor("b"), "");
+    pool.sync({placement("b")});
+    QTest::qWait(60);
+    QCOMPARE(pool.cameras(), "b");
 }
 
 void StreamPoolModelTest::displayStates()

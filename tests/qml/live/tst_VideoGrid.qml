@@ -24,6 +24,8 @@ TestCase {
 
     function init() {
         Translations.language = "en"
+        apiClient.reset()
+        apiClient.acceptLogin("operator", [])
         cameraFeed.list(20)
         grid = createTemporaryObject(gridComponent, testCase)
         grid.forceActiveFocus()
@@ -119,6 +121,23 @@ TestCase {
         tryCompare(views().cam1, "suspended", true)
         grid.suspended = false
         tryCompare(views().cam1, "suspended", false)
+    }
+
+    function test_streams_end_with_the_session() {
+        place("cam1", "cam2")
+        grid.clearSlot(1)
+        wait(0)
+        compare(Object.keys(views()).sort(), ["cam1", "cam2"], "one of them parked")
+        apiClient.expire()
+        compare(Object.keys(views()), [])
+        grid.suspended = true
+        wait(0)
+        compare(Object.keys(views()), [], "nothing is watched without a session")
+        grid.suspended = false
+        grid.visible = false
+        apiClient.acceptLogin("another", [])
+        grid.visible = true
+        tryVerify(() => "cam1" in views())
     }
 
     // Maximising.
