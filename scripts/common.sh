@@ -1,6 +1,10 @@
 # Shared by run.sh, test.sh and bench.sh: what is installed, how it is built, and the virtual display.
 # Sourced with bash from the repository's root.
 
+# A bare service environment has none; ccache and the recorder's data folder want one.
+: "${HOME:=$(getent passwd "$(id -u)" | cut -d: -f6)}"
+export HOME
+
 # What the client and the demo recorder build with and run on.
 build_packages=(
     cmake ninja-build ccache g++ lld git pkg-config
@@ -48,14 +52,15 @@ tied() {
     exec setpriv --pdeathsig TERM "$@"
 }
 
-# start_display WIDTHxHEIGHT: starts a virtual X display and exports DISPLAY; stop_display ends it.
+# start_display WIDTHxHEIGHT: starts a virtual X display and directs programs to it, whatever the session of the
+# caller is; stop_display ends it.
 start_display() {
     local out number=
     exec {out}< <(tied Xvfb -displayfd 3 -screen 0 "$1x24" -nolisten tcp 3>&1 >/dev/null 2>&1)
     display_pid=$!
     read -r number <&"$out" || { echo "The virtual display does not start." >&2; return 1; }
     exec {out}<&-
-    export DISPLAY=":$number"
+    export DISPLAY=":$number" QT_QPA_PLATFORM=xcb
 }
 
 stop_display() {
