@@ -1,8 +1,9 @@
 pragma Singleton
 import QtQuick
+import ZorvelClient
 
-// One slow wave for everything that pulses. Each tick of it redraws the windows that show a pulse, so all of them
-// share the tick, and it is much slower than the display's refresh.
+// One slow wave for everything that pulses. A tick of it redraws the windows that show a pulse, so all of them share
+// the tick; while video is drawn they move with its frames and no window is redrawn for them at all.
 Item {
     id: root
 
@@ -12,12 +13,25 @@ Item {
     property int users: 0
 
     property real _startMs: 0
+    property real _lastMs: 0
     property real _rising: 0
+
+    function advance() {
+        _lastMs = Date.now()
+        const phase = (_lastMs - _startMs) % 1600 / 800
+        _rising = phase < 1 ? phase : 2 - phase
+    }
 
     visible: false
 
+    RedrawClock {
+        onRedrawing: {
+            if (root.users > 0)
+                root.advance()
+        }
+    }
     Timer {
-        interval: 66
+        interval: 100
         repeat: true
         running: root.users > 0
         onRunningChanged: {
@@ -25,8 +39,8 @@ Item {
             root._rising = 0
         }
         onTriggered: {
-            const phase = (Date.now() - root._startMs) % 1600 / 800
-            root._rising = phase < 1 ? phase : 2 - phase
+            if (Date.now() - root._lastMs >= interval)
+                root.advance()
         }
     }
 }

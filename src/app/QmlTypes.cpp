@@ -2,11 +2,11 @@
 
 #include "archive/ArchivePlayer.h"
 #include "archive/TimelineBars.h"
-#include "archive/ArchivePlayer.h"
 #include "live/CameraFilterModel.h"
 #include "live/CameraStreamView.h"
 #include "live/GridLayoutModel.h"
 #include "live/MpvObject.h"
+#include "live/RedrawClock.h"
 #include "live/StreamPoolModel.h"
 
 #include <QtQml>
@@ -25,10 +25,10 @@ void registerQmlTypes()
 {
     registerType<MpvObject>("MpvObject");
     registerType<ArchivePlayer>("ArchivePlayer");
-    registerType<ArchivePlayer>("ArchivePlayer");
     registerType<CameraStreamView>("CameraStreamView");
     registerType<GridLayoutModel>("GridLayoutModel");
     registerType<StreamPoolModel>("StreamPoolModel");
     registerType<CameraFilterModel>("CameraFilterModel");
     registerType<TimelineBars>("TimelineBars");
+    registerType<RedrawClock>("RedrawClock");
 }

@@ -3,6 +3,7 @@
 #include "live/ContextKeeper.h"
 #include "live/MpvHandle.h"
 #include "live/MpvObject.h"
+#include "live/RedrawClock.h"
 
 #include <QQuickWindow>
 #include <QRunnable>
@@ -128,6 +129,8 @@ void RedrawGatherer::flush()
         m_drawing = true;
     }
     m_pending.clear();
+    if (m_drawing)
+        RedrawClock::announce();
     if (!hidden.isEmpty())
         takeFrames(hidden);
 }
