@@ -29,9 +29,8 @@ private slots:
     void brokenRootDocumentIsReported();
     void nothingIsFetchedBeforeSignIn();
     void signInStartsTheSession();
-    void statusesArePolled();
+    void statusesArePolledAndPushed();
     void listChangesAreFetchedOnce();
-    void pushedStatusesReachTheList();
     void pollingEndsWithTheSession_data();
     void pollingEndsWithTheSession();
     void secondSignInStartsAgain();
@@ -209,7 +208,7 @@ void ApplicationTest::signInStartsTheSession()
     QVERIFY(reported.contains("tag|server|" + m_server->url()));
 }
 
-void ApplicationTest::statusesArePolled()
+void ApplicationTest::statusesArePolledAndPushed()
 {
     signIn();
     timer("statusPollTimer").setInterval(20);
@@ -218,6 +217,8 @@ void ApplicationTest::statusesArePolled()
     QTRY_COMPARE(m_application->cameraModel().cameraStateById("c2"), "offline");
     QTRY_VERIFY(count(statusRoute) >= 4);
     QCOMPARE(count(camerasRoute), lists);
+    emit m_application->wsClient().cameraStatusChanged("c1", "error", "no signal");
+    QCOMPARE(m_application->cameraModel().cameraStateById("c1"), "error");
 }
 
 void ApplicationTest::listChangesAreFetchedOnce()
@@ -237,13 +238,6 @@ void ApplicationTest::listChangesAreFetchedOnce()
     QTest::qWait(400);
     QCOMPARE(taken().filter("cameras"),
         QStringList({"GET /client-api/cameras", "GET /client-api/cameras/status"}));
-}
-
-void ApplicationTest::pushedStatusesReachTheList()
-{
-    signIn();
-    emit m_application->wsClient().cameraStatusChanged("c1", "error", "no signal");
-    QCOMPARE(m_application->cameraModel().cameraStateById("c1"), "error");
 }
 
 void ApplicationTest::pollingEndsWithTheSession_data()
