@@ -1,15 +1,16 @@
 import QtQuick
 import "grid.js" as Grid
 
-// The keyboard of a grid. What works wherever the focus is, and letters, which a Cyrillic keyboard layout would hide
-// from plain key events, are shortcuts; the keys of the current cell come through handle().
+// The keyboard of a grid: shortcuts for what works wherever the focus is, handle() for the keys of the current cell.
 Item {
     id: root
 
     // The VideoGrid.
     required property var grid
 
-    readonly property bool _cellHasFocus: enabled && grid.activeFocus
+    // The letters come with what a Russian keyboard layout has in their places.
+    readonly property var _changeKeys: [Qt.Key_C, 0x421]
+    readonly property var _retryKeys: [Qt.Key_R, 0x41a]
 
     function handle(event: var) {
         const arrows = {
@@ -24,6 +25,10 @@ Item {
             grid.activateSlot(grid.currentSlot)
         else if (event.key === Qt.Key_Delete)
             grid.clearSlot(grid.currentSlot)
+        else if (_changeKeys.includes(event.key) && event.modifiers === Qt.NoModifier)
+            grid.openCameraPicker(grid.currentSlot)
+        else if (_retryKeys.includes(event.key) && event.modifiers === Qt.NoModifier)
+            grid.retrySlot(grid.currentSlot)
         else
             event.accepted = false
     }
@@ -53,16 +58,6 @@ Item {
             enabled: root.enabled && root.grid.visible
             onActivated: root.grid.currentLayout = modelData
         }
-    }
-    Shortcut {
-        sequence: "C"
-        enabled: root._cellHasFocus
-        onActivated: root.grid.openCameraPicker(root.grid.currentSlot)
-    }
-    Shortcut {
-        sequence: "R"
-        enabled: root._cellHasFocus
-        onActivated: root.grid.retrySlot(root.grid.currentSlot)
     }
     Shortcut {
         sequence: "Escape"

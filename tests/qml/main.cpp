@@ -101,6 +101,8 @@ public slots:
         QQmlContext *context = engine->rootContext();
         context->setContextProperty(QStringLiteral("apiClient"), new ScriptedApiClient(engine));
         context->setContextProperty(QStringLiteral("wsClient"), new StandInWsClient(engine));
+        // A real client without a server: whatever is asked of it fails.
+        context->setContextProperty(QStringLiteral("unreachableApiClient"), new ApiClient(engine));
         auto *cameras = new CameraListModel(engine);
         context->setContextProperty(QStringLiteral("cameraModel"), cameras);
         context->setContextProperty(QStringLiteral("cameraFeed"), new CameraFeed(cameras, engine));

@@ -22,6 +22,12 @@ TestCase {
         }
     }
 
+    Component {
+        id: spyComponent
+
+        SignalSpy { }
+    }
+
     function init() {
         Translations.language = "en"
         apiClient.reset()
@@ -260,6 +266,23 @@ TestCase {
         tryVerify(() => !findChild(cell(0), "cellVeil"))
         layer.streamStateChanged("cam2", "error")
         compare(cell(0).streamState, "playing")
+    }
+
+    function test_retry_data() {
+        return [{ tag: "button" }, { tag: "key" }]
+    }
+
+    function test_retry(data) {
+        place("cam1")
+        grid.focusSlot(0, Qt.TabFocusReason)
+        views().cam1.init(unreachableApiClient)
+        tryCompare(cell(0), "streamState", "error")
+        const spy = createTemporaryObject(spyComponent, testCase, { target: cell(0), signalName: "streamStateChanged" })
+        if (data.tag === "button")
+            mouseClick(findChild(cell(0), "cellRetryButton"))
+        else
+            keyClick(Qt.Key_R)
+        tryVerify(() => spy.count === 2, 800, "loading and, before it would recover by itself, an error again")
     }
 
     function test_recording_dot() {
