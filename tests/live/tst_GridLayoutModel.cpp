@@ -151,7 +151,8 @@ void GridLayoutModelTest::everyPresetKeepsItsArrangement()
     GridLayoutModel model;
     model.setCurrentLayout("3x3");
     model.setCurrentLayout("2x2");
-    fill(model, "a,b,c,d");
+    for (const char *camera : {"a", "b", "c", "d"})
+        model.assignNextSlot(camera);
     model.setCurrentLayout("3x3");
     QCOMPARE(shown(model), "a,b,c,d,,,,,");
     for (int slot = 0; slot < 4; ++slot)
