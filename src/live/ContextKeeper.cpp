@@ -67,7 +67,7 @@ void ContextKeeper::bury(mpv_render_context *context, std::shared_ptr<MpvHandle>
     mpv->videoReleased = false;
     const std::lock_guard lock(m_mutex);
     m_graves.push_back({context, std::move(mpv), monotonicMs()});
-    if (m_tender)
+    if (m_tender && m_graves.size() == 1)
         QMetaObject::invokeMethod(m_tender, "tendContexts", Qt::QueuedConnection);
 }
 
@@ -99,7 +99,7 @@ void ContextKeeper::freeAll()
     }
     for (const Grave &grave : graves) {
         if (!grave.mpv->videoReleased)
-            MpvWorkers::make([mpv = grave.mpv] { mpv->command({"stop"}); });
+            MpvWorkers::make([mpv = grave.mpv] { mpv->endVideo(); });
     }
     std::for_each(graves.begin(), graves.end(), release);
 }

@@ -24,7 +24,7 @@ class QObject;
 class ContextKeeper
 {
 public:
-    // Runs its slot tendContexts() on the GUI thread when a context was laid aside.
+    // Runs the slot tendContexts() of its tender on the GUI thread when the first context was laid aside.
     explicit ContextKeeper(QObject *tender);
     ~ContextKeeper();
     Q_DISABLE_COPY_MOVE(ContextKeeper)

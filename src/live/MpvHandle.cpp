@@ -176,7 +176,11 @@ void MpvHandle::retire()
         owner = nullptr;
     }
     retired = true;
-    command({"stop"});
+}
+
+void MpvHandle::endVideo() const
+{
+    setProperty("vid", "no");
 }
 
 void MpvHandle::pollVideoOutput()
@@ -197,6 +201,8 @@ bool MpvHandle::noteVideoOutput(const mpv_event *event)
 
 void MpvHandle::drainRetired()
 {
+    if (!std::exchange(videoEnded, true))
+        endVideo();
     while (const mpv_event *event = mpv_wait_event(handle, 0)) {
         if (event->event_id == MPV_EVENT_NONE)
             break;

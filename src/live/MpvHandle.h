@@ -54,14 +54,16 @@ public:
 
     // Runs a slot of the owner on the GUI thread, if the owner is still there.
     void post(void (MpvObject::*slot)());
-    // The owner goes: no callback reaches it after this, and playback ends.
+    // The owner goes: no callback reaches it after this.
     void retire();
 
     // Asks whether a video output still uses the render context; the answer arrives as an event.
     void pollVideoOutput();
     // Notes the answer. Returns whether the event was one.
     bool noteVideoOutput(const mpv_event *event);
-    // Takes all events of a player whose owner is gone.
+    // Takes the picture off the player, for good. Unlike "stop" this waits for no camera.
+    void endVideo() const;
+    // Ends the picture of a player whose owner is gone, and takes its events.
     void drainRetired();
 
     // A new frame waits to be rendered; installed as the render context's update callback.
@@ -74,8 +76,9 @@ public:
     // True while a renderer owns the one render context that the player allows, or that context waits to be
     // freed.
     std::atomic_bool renderSlotHeld = false;
-    // True once a render context exists for the owner's current window.
+    // True once a render context exists for the owner's current window; and how many there have been.
     std::atomic_bool renderReady = false;
+    std::atomic_int contextSerial = 0;
     // From the moment the file is open until its first frame was rendered.
     std::atomic_bool awaitingFirstFrame = false;
     // The first frame was rendered and the owner has not heard of it.
@@ -91,8 +94,9 @@ public:
     // When a frame was last drawn or skipped.
     std::atomic<qint64> lastTakenMs = 0;
 
-    // The owner is gone.
+    // The owner is gone; and its picture was ended after that.
     std::atomic_bool retired = false;
+    bool videoEnded = false;
     // After playback was ended for good: no video output uses the render context any more.
     std::atomic_bool videoReleased = false;
 

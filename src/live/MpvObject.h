@@ -19,6 +19,9 @@ class RedrawGatherer;
 // render thread ever waits for libmpv. What is set before the player exists is applied to it when it does; if
 // it cannot be made, the item stays idle and play() has no effect.
 //
+// While its window is not shown (minimised, for one) a live item rests, with its state unchanged, and starts
+// over when the window is back.
+//
 // All calls are for the GUI thread. LC_NUMERIC must be "C" in the process.
 class MpvObject : public QQuickFramebufferObject
 {
@@ -62,9 +65,9 @@ public:
     // empty one is ignored.
     void setHttpHeaderFields(const QString &header);
 
-    // Milliseconds since the player last delivered a new video frame, -1 if none came since play() or stop().
-    // It counts frames whether the item is visible or not, so it is what tells a silent camera from a live
-    // one.
+    // Milliseconds since the player last delivered a new video frame, -1 if none came since play() or stop(),
+    // or since the window was hidden. It counts frames whether the item is visible or not, so it is what
+    // tells a silent camera from a live one.
     qint64 lastFrameAgeMs() const;
 
     // New video frames that the player delivered since play() or stop().
@@ -114,13 +117,20 @@ private:
     // For the gatherer.
     const std::shared_ptr<MpvHandle> &player() const { return m_mpv; }
     qint64 lastFrameTakenMs() const;
-    // Whether a frame must be drawn even while the item is not visible: the first one of a load.
+    // Whether the item must be drawn even while it is not visible: until it has its render context, and the
+    // first frame of a load.
     bool needsDrawing() const;
+
+    // The window is not shown any more, or again. Without redraws a player would fall behind its camera: a
+    // live one ends playback, keeps its state, and starts over when the window is back.
+    void fallAsleep();
+    void wakeUp();
 
     // Posted by the player's callbacks, by its making and by the renderer.
     void playerReady();
     void playerFailed();
     void renderContextReady();
+    void requestRedraw();
     void drainEvents();
 
     void handleEvent(const mpv_event &event);
@@ -139,6 +149,11 @@ private:
     void load();
     void seekPlayer(double seconds);
     void beginLoad(const QString &state);
+    void forgetLoad();
+    // Loads what should be playing and is not.
+    void loadAgain();
+    // Whether the state is "loading" or "playing".
+    bool isActive() const;
     void changeWindow();
     void showFirstFrame();
     void countUpdate();
@@ -164,6 +179,8 @@ private:
     quint64 m_loadSerial = 0;
     qint64 m_entry = -1;
     qint64 m_openedEntry = -1;
+    // The render context for which the file was loaded, 0 before that.
+    int m_contextOfLoad = 0;
     QSize m_frameSize;
     int m_updateCount = 0;
     QElapsedTimer m_updateTimer;

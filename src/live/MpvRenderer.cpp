@@ -26,13 +26,6 @@ void *glFunction(void *, const char *name)
     return context ? reinterpret_cast<void *>(context->getProcAddress(name)) : nullptr;
 }
 
-void paintBlack()
-{
-    QOpenGLFunctions *gl = QOpenGLContext::currentContext()->functions();
-    gl->glClearColor(0, 0, 0, 1);
-    gl->glClear(GL_COLOR_BUFFER_BIT);
-}
-
 } // namespace
 
 MpvRenderer::MpvRenderer(std::shared_ptr<MpvHandle> mpv, std::shared_ptr<ContextKeeper> keeper)
@@ -46,6 +39,7 @@ MpvRenderer::~MpvRenderer()
     if (!m_context)
         return;
     mpv_render_context_set_update_callback(m_context, nullptr, nullptr);
+    m_mpv->renderReady = false;
     m_keeper->bury(m_context, std::move(m_mpv));
 }
 
@@ -70,8 +64,7 @@ void MpvRenderer::render()
         draw();
         return;
     case Context::RetryLater:
-        paintBlack();
-        update();
+        retryLater();
         return;
     case Context::Failed:
         return;
@@ -98,6 +91,21 @@ MpvRenderer::Context MpvRenderer::ensureContext()
     return m_context ? Context::Ready : Context::Failed;
 }
 
+void MpvRenderer::paintBlack()
+{
+    // Resetting the OpenGL state has unbound it.
+    framebufferObject()->bind();
+    QOpenGLFunctions *gl = QOpenGLContext::currentContext()->functions();
+    gl->glClearColor(0, 0, 0, 1);
+    gl->glClear(GL_COLOR_BUFFER_BIT);
+}
+
+void MpvRenderer::retryLater()
+{
+    paintBlack();
+    m_mpv->post(&MpvObject::requestRedraw);
+}
+
 void MpvRenderer::createContext()
 {
     const ContextKeeper::Work work(*m_keeper);
@@ -118,6 +126,7 @@ void MpvRenderer::createContext()
     }
     m_keeper->adopt(m_mpv.get(), m_context);
     mpv_render_context_set_update_callback(m_context, MpvHandle::frameArrived, m_mpv.get());
+    ++m_mpv->contextSerial;
     m_mpv->renderReady = true;
     m_mpv->post(&MpvObject::renderContextReady);
 }
@@ -128,8 +137,7 @@ void MpvRenderer::draw()
     // The first frame compiles the shaders.
     const bool costly = newFrame && !m_hasDrawn;
     if (costly && !m_keeper->mayWork()) {
-        paintBlack();
-        update();
+        retryLater();
         return;
     }
     std::unique_ptr<ContextKeeper::Work> work;

@@ -30,6 +30,9 @@ private:
 
     Context ensureContext();
     void createContext();
+    // Asks for another try with the window's next redraw.
+    void retryLater();
+    void paintBlack();
     void draw();
     void noteFirstFrame(bool newFrame);
     void countFrame();

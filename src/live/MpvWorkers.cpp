@@ -8,7 +8,7 @@
 
 namespace {
 
-constexpr int makerThreads = 2;
+constexpr int makerThreads = 1;
 constexpr int reaperThreads = 8;
 constexpr int exitGraceMs = 3000;
 

@@ -5,26 +5,31 @@
 #include "live/MpvObject.h"
 #include "live/RedrawClock.h"
 
+#include <QPointer>
 #include <QQuickWindow>
 #include <QRunnable>
 
 #include <algorithm>
 #include <atomic>
+#include <cmath>
 
 namespace {
 
 constexpr int longestTickMs = 66;
 constexpr int shortestTickMs = 16;
 constexpr int firstTickMs = 33;
-// A tick is a little shorter than a frame, so that no stream falls behind.
-constexpr double tickPerFrame = 0.92;
+// How much of a stream's frame rate the latest measurement decides.
+constexpr double rateWeight = 0.3;
 constexpr int playersDrawnAtOnce = 2;
 // A frame that comes this soon after the last one was taken has been waiting: the stream is catching up.
 constexpr int catchUpMs = 12;
 // A redraw that was asked for and is not done after this long never will be.
 constexpr int drawTimeoutMs = 500;
 constexpr int rateIntervalMs = 1000;
+constexpr int sleepAfterMs = 1000;
 constexpr int tendIntervalMs = 10;
+// Ending a picture takes a few ms of CPU time; so many players at a time leave the GUI thread its share.
+constexpr int endingsPerTend = 4;
 constexpr int hiddenTendIntervalMs = 250;
 
 class FreeJob : public QRunnable
@@ -67,8 +72,17 @@ RedrawGatherer::RedrawGatherer(QQuickWindow *window)
     connect(&m_rateTimer, &QTimer::timeout, this, &RedrawGatherer::measureRates);
     connect(&m_tendTimer, &QTimer::timeout, this, &RedrawGatherer::tendContexts);
 
-    connect(window, &QQuickWindow::frameSwapped, this, &RedrawGatherer::frameDone, Qt::QueuedConnection);
+    m_sleepTimer.setSingleShot(true);
+    m_sleepTimer.setInterval(sleepAfterMs);
+    connect(&m_sleepTimer, &QTimer::timeout, this, [this] { setAsleep(true); });
+    window->installEventFilter(this);
+
+    connect(window, &QQuickWindow::frameSwapped, this, &RedrawGatherer::schedule, Qt::QueuedConnection);
     const auto onRenderThread = Qt::DirectConnection;
+    connect(
+        window, &QQuickWindow::beforeSynchronizing, this, [this] { ++m_syncs; }, onRenderThread);
+    connect(
+        window, &QQuickWindow::frameSwapped, this, [this] { m_doneSync = m_syncs.load(); }, onRenderThread);
     connect(
         window, &QQuickWindow::beforeRendering, this, [keeper = m_keeper] { keeper->beginFrame(); },
         onRenderThread);
@@ -84,7 +98,7 @@ RedrawGatherer::~RedrawGatherer()
 
 void RedrawGatherer::add(MpvObject *item)
 {
-    m_items.insert(item, item->framesDelivered());
+    m_items.insert(item, {item->framesDelivered(), 0});
 }
 
 void RedrawGatherer::remove(MpvObject *item)
@@ -100,25 +114,32 @@ void RedrawGatherer::request(MpvObject *item)
         m_sinceRates.start();
         m_rateTimer.start();
     }
-    if (monotonicMs() - item->lastFrameTakenMs() < catchUpMs && m_active > playersDrawnAtOnce)
+    if (monotonicMs() - item->lastFrameTakenMs() < catchUpMs && m_busy > playersDrawnAtOnce)
         takeFrames({item});
     schedule();
 }
 
 void RedrawGatherer::schedule()
 {
-    if (m_flushTimer.isActive() || m_pending.isEmpty())
+    if (m_pending.isEmpty())
         return;
     const qint64 sinceLastMs = monotonicMs() - m_lastFlushMs;
-    if (m_drawing && sinceLastMs < drawTimeoutMs)
-        return;
-    const qint64 waitMs = m_active > playersDrawnAtOnce ? m_tickMs - sinceLastMs : 0;
-    m_flushTimer.start(int(std::clamp<qint64>(waitMs, 0, m_tickMs)));
+    qint64 waitMs = 0;
+    if (m_doneSync < m_awaitedSync)
+        waitMs = drawTimeoutMs - sinceLastMs;
+    else if (m_busy > playersDrawnAtOnce)
+        waitMs = m_tickMs - sinceLastMs;
+    waitMs = std::max<qint64>(waitMs, 0);
+    if (!m_flushTimer.isActive() || waitMs < m_flushTimer.remainingTime())
+        m_flushTimer.start(int(waitMs));
 }
 
 void RedrawGatherer::flush()
 {
     m_lastFlushMs = monotonicMs();
+    m_busy = 0;
+    for (auto it = m_items.cbegin(); it != m_items.cend(); ++it)
+        m_busy += it.key()->state() == QLatin1String("idle") ? 0 : 1;
     QList<MpvObject *> hidden;
     for (MpvObject *item : std::as_const(m_pending)) {
         if (!item->isVisible() && !item->needsDrawing()) {
@@ -126,7 +147,7 @@ void RedrawGatherer::flush()
             continue;
         }
         item->update();
-        m_drawing = true;
+        m_awaitedSync = m_syncs + 1;
     }
     m_pending.clear();
     if (m_drawing)
@@ -146,31 +167,58 @@ void RedrawGatherer::takeFrames(const QList<MpvObject *> &items)
         QQuickWindow::NoStage);
 }
 
-void RedrawGatherer::frameDone()
-{
-    m_drawing = false;
-    schedule();
-}
-
 void RedrawGatherer::measureRates()
 {
     const double seconds = m_sinceRates.restart() / 1000.0;
     double fastest = 0;
-    m_active = 0;
     for (auto it = m_items.begin(); it != m_items.end(); ++it) {
+        Stream &stream = it.value();
         const quint64 delivered = it.key()->framesDelivered();
-        const quint64 before = std::exchange(it.value(), delivered);
-        if (delivered <= before)
+        const quint64 before = std::exchange(stream.delivered, delivered);
+        if (delivered <= before) {
+            stream.rate = 0;
             continue;
-        ++m_active;
-        fastest = std::max(fastest, double(delivered - before) / seconds);
+        }
+        const double rate = double(delivered - before) / seconds;
+        stream.rate = stream.rate > 0 ? std::lerp(stream.rate, rate, rateWeight) : rate;
+        fastest = std::max(fastest, stream.rate);
     }
-    if (m_active == 0) {
+    if (fastest == 0) {
         m_rateTimer.stop();
         m_tickMs = firstTickMs;
         return;
     }
-    m_tickMs = std::clamp(int(1000 * tickPerFrame / fastest), shortestTickMs, longestTickMs);
+    m_tickMs = std::clamp(int(1000 / fastest), shortestTickMs, longestTickMs);
+}
+
+bool RedrawGatherer::eventFilter(QObject *watched, QEvent *event)
+{
+    if (watched == m_window && event->type() == QEvent::Expose) {
+        if (!m_window->isExposed()) {
+            m_sleepTimer.start();
+        } else {
+            m_sleepTimer.stop();
+            setAsleep(false);
+        }
+    }
+    return QObject::eventFilter(watched, event);
+}
+
+void RedrawGatherer::setAsleep(bool asleep)
+{
+    if (m_asleep == asleep)
+        return;
+    m_asleep = asleep;
+    const QList<MpvObject *> keys = m_items.keys();
+    const QList<QPointer<MpvObject>> items(keys.begin(), keys.end());
+    for (const QPointer<MpvObject> &item : items) {
+        if (!item)
+            continue;
+        if (asleep)
+            item->fallAsleep();
+        else
+            item->wakeUp();
+    }
 }
 
 void RedrawGatherer::tendContexts()
@@ -181,9 +229,13 @@ void RedrawGatherer::tendContexts()
         return;
     }
     m_tendTimer.start(m_window->isExposed() ? tendIntervalMs : hiddenTendIntervalMs);
+    int endings = endingsPerTend;
     for (const auto &mpv : players) {
-        if (mpv->retired)
+        if (mpv->retired) {
+            if (!mpv->videoEnded && --endings < 0)
+                continue;
             mpv->drainRetired();
+        }
         if (!mpv->videoReleased)
             mpv->pollVideoOutput();
     }

@@ -40,33 +40,52 @@ public:
     // The item has a new frame.
     void request(MpvObject *item);
 
+    // Whether the window has not been shown for a while. The items are told when that changes.
+    bool isAsleep() const { return m_asleep; }
+
     // The time between two redraws while more than two streams play.
     int tickMs() const { return m_tickMs; }
+
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override;
 
 private slots:
     void tendContexts();
 
 private:
+    // What the last measurement found: the frames until then, and frames per second.
+    struct Stream
+    {
+        quint64 delivered;
+        double rate;
+    };
+
     explicit RedrawGatherer(QQuickWindow *window);
 
     void schedule();
     void flush();
-    void frameDone();
     void measureRates();
+    void setAsleep(bool asleep);
     void takeFrames(const QList<MpvObject *> &items);
 
     QQuickWindow *m_window;
     std::shared_ptr<ContextKeeper> m_keeper;
     std::shared_ptr<std::atomic_bool> m_freeScheduled;
-    // Each item with the frames it had at the last measurement.
-    QHash<MpvObject *, quint64> m_items;
+    QHash<MpvObject *, Stream> m_items;
     QSet<MpvObject *> m_pending;
     QTimer m_flushTimer;
     QTimer m_rateTimer;
     QTimer m_tendTimer;
+    QTimer m_sleepTimer;
+    bool m_asleep = false;
     QElapsedTimer m_sinceRates;
     qint64 m_lastFlushMs = 0;
-    bool m_drawing = false;
-    int m_active = 0;
+    // Counts the synchronisations with the render thread: all of them, the one whose frame was shown last,
+    // and the one that the last redraw comes with.
+    std::atomic<quint64> m_syncs = 0;
+    std::atomic<quint64> m_doneSync = 0;
+    quint64 m_awaitedSync = 0;
+    // The items that had something to play at the last redraw.
+    int m_busy = 0;
     int m_tickMs;
 };
