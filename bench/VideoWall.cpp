@@ -9,8 +9,10 @@
 #include <QElapsedTimer>
 #include <QFile>
 #include <QGuiApplication>
+#include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QPointer>
 #include <QQuickItem>
 #include <QQuickWindow>
 #include <QRunnable>
@@ -79,12 +81,14 @@ private:
         const double now = nowMs();
         m_gui = std::max(m_gui, now - m_last - 2);
         m_last = now;
+        if (!m_window)
+            return;
         m_window->scheduleRenderJob(
             QRunnable::create([now, worst = m_render] { *worst = std::max(worst->load(), nowMs() - now); }),
             QQuickWindow::NoStage);
     }
 
-    QQuickWindow *m_window;
+    QPointer<QQuickWindow> m_window;
     QTimer m_timer;
     double m_last = nowMs();
     double m_gui = 0;
@@ -96,6 +100,25 @@ void runFor(int ms)
     QEventLoop loop;
     QTimer::singleShot(ms, &loop, &QEventLoop::quit);
     loop.exec();
+}
+
+// The time to the first frame of players that are opened one after the other, in milliseconds.
+QJsonArray openRepeatedly(QQuickWindow *window, const QString &url, int times)
+{
+    QJsonArray results;
+    for (int i = 0; i < times; ++i) {
+        MpvObject player(window->contentItem());
+        player.setSize(window->size());
+        QEventLoop loop;
+        QObject::connect(&player, &MpvObject::firstFrameRendered, &loop, &QEventLoop::quit);
+        QTimer::singleShot(10000, &loop, &QEventLoop::quit);
+        const double beginMs = nowMs();
+        player.setSource(url);
+        loop.exec();
+        results.append(nowMs() - beginMs);
+        runFor(500);
+    }
+    return results;
 }
 
 } // namespace
@@ -116,6 +139,8 @@ int main(int argc, char *argv[])
         {QStringLiteral("size"), {}, QStringLiteral("WxH"), QStringLiteral("1280x800")},
         {QStringLiteral("backs"), QStringLiteral("a second, idle player behind each")},
         {QStringLiteral("hidden"), QStringLiteral("hide all players after opening")},
+        {QStringLiteral("openings"), QStringLiteral("only open one player after the other"),
+            QStringLiteral("n")},
         {QStringLiteral("close"), {}, QStringLiteral("cells|window|quit"), QStringLiteral("cells")},
     });
     parser.process(application);
@@ -136,6 +161,12 @@ int main(int argc, char *argv[])
         window.get(), &QQuickWindow::frameSwapped, window.get(), [&redraws] { ++redraws; },
         Qt::DirectConnection);
 
+    const int openings = parser.value(QStringLiteral("openings")).toInt();
+    if (openings > 0) {
+        result[QStringLiteral("firstFramesMs")] = openRepeatedly(window.get(), url, openings);
+        puts(QJsonDocument(result).toJson(QJsonDocument::Compact).constData());
+        return 0;
+    }
     BlockMeter meter(window.get());
     runFor(50);
     meter.reset();
@@ -205,6 +236,7 @@ int main(int argc, char *argv[])
     const double closeMs = nowMs();
     if (closing == QLatin1String("cells")) {
         qDeleteAll(players);
+        result[QStringLiteral("deleteMs")] = nowMs() - closeMs;
         runFor(2000);
         result[QStringLiteral("closeRenderBlockMs")] = meter.render();
     } else if (closing == QLatin1String("window")) {

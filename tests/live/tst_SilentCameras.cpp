@@ -1,14 +1,11 @@
 #include "live/CameraStreamView.h"
 #include "live/MpvObject.h"
+#include "support/ClipCamera.h"
 #include "support/ScriptedServer.h"
 
-#include <QFile>
 #include <QQuickWindow>
 #include <QSignalSpy>
-#include <QTcpServer>
-#include <QTcpSocket>
 #include <QTest>
-#include <QTimer>
 
 #include <optional>
 
@@ -29,52 +26,6 @@ private:
     std::optional<ApiClient> m_client;
     std::optional<QQuickWindow> m_window;
 };
-
-namespace {
-
-// Sends a recorded MPEG-TS stream to whoever connects, at its own pace, for as long as it is not silent.
-class Camera : public QObject
-{
-public:
-    explicit Camera(bool speaks = true)
-        : m_speaks(speaks)
-    {
-        QFile clip(ZORVEL_TEST_CLIP);
-        if (!clip.open(QFile::ReadOnly) || !m_server.listen(QHostAddress::LocalHost))
-            qFatal("no clip or no port");
-        m_stream = clip.readAll();
-        connect(&m_pace, &QTimer::timeout, this, &Camera::send);
-        m_pace.start(paceMs);
-    }
-
-    QString url() const { return QString("tcp://127.0.0.1:%1").arg(m_server.serverPort()); }
-    void setSpeaking(bool speaks) { m_speaks = speaks; }
-
-private:
-    static constexpr int paceMs = 40;
-    static constexpr int clipMs = 60000;
-
-    void send()
-    {
-        while (QTcpSocket *socket = m_server.nextPendingConnection()) {
-            m_sent.insert(socket, 0);
-            connect(socket, &QTcpSocket::disconnected, this, [this, socket] { m_sent.remove(socket); });
-        }
-        if (!m_speaks)
-            return;
-        const qsizetype step = m_stream.size() * paceMs / clipMs;
-        for (auto it = m_sent.begin(); it != m_sent.end(); ++it)
-            it.key()->write(m_stream.mid(std::exchange(it.value(), it.value() + step), step));
-    }
-
-    bool m_speaks;
-    QByteArray m_stream;
-    QHash<QTcpSocket *, qsizetype> m_sent;
-    QTcpServer m_server;
-    QTimer m_pace;
-};
-
-} // namespace
 
 void SilentCamerasTest::initTestCase()
 {
@@ -98,8 +49,8 @@ CameraStreamView *SilentCamerasTest::addView(const QString &cameraId)
 
 void SilentCamerasTest::silenceIsNoticedWhereItCanBeSeen()
 {
-    Camera camera;
-    Camera mute(false);
+    ClipCamera camera(ZORVEL_TEST_CLIP);
+    ClipCamera mute(ZORVEL_TEST_CLIP, false);
     m_server->otherwise([&](const ScriptedServer::Request &request) {
         const QString url = request.path().contains("/mute/") ? mute.url() : camera.url();
         return ScriptedServer::Answer{.body = R"({"url": ")" + url.toUtf8() + R"("})"};
@@ -138,9 +89,9 @@ void SilentCamerasTest::silenceIsNoticedWhereItCanBeSeen()
 
 void SilentCamerasTest::failedSwitchIsTriedAgain()
 {
-    Camera sub;
-    std::optional<Camera> main;
-    main.emplace();
+    ClipCamera sub(ZORVEL_TEST_CLIP);
+    std::optional<ClipCamera> main;
+    main.emplace(ZORVEL_TEST_CLIP);
     const QString mainUrl = main->url();
     main.reset();
     m_server->otherwise([&](const ScriptedServer::Request &request) {
