@@ -121,10 +121,7 @@ WindowBase {
     Component {
         id: playbackPage
 
-        LaterPage {
-            activePage: "playback"
-            title: Translations.navArchive
-        }
+        PlaybackView { }
     }
     Component {
         id: floorPlansPage

@@ -79,6 +79,28 @@ set(zorvel_qml_live
     grid.js
 )
 set(zorvel_qml_archive
+    ArchiveCameraPane.qml
+    ArchiveCell.qml
+    ArchiveGrid.qml
+    ArchiveTimeNav.qml
+    ControlButton.qml
+    ExportBar.qml
+    ExportDialog.qml
+    GridClock.qml
+    PlayPauseSign.qml
+    PlaybackControls.qml
+    PlaybackPanel.qml
+    PlaybackStage.qml
+    PlaybackStart.qml
+    PlaybackTimeline.qml
+    PlaybackView.qml
+    SinglePlayer.qml
+    SpeedButton.qml
+    TimelineMouse.qml
+    TimelinePlayhead.qml
+    TimelineSelection.qml
+    TimelineTicks.qml
+    VideoMessage.qml
 )
 
 list(TRANSFORM zorvel_qml_root PREPEND qml/)

@@ -16,8 +16,9 @@ import subprocess
 import sys
 from pathlib import Path
 
-# Qt.callLater() and the methods of array literals.
-MISUNDERSTOOD = re.compile(r'^Property "callLater" is a QJSValue property|^Type is a method\. You cannot access')
+# Qt.callLater(), the methods of array literals and the options of a file dialog.
+MISUNDERSTOOD = re.compile(r'^Property "callLater" is a QJSValue property|^Type is a method\. You cannot access'
+                           r'|^No type found for property "options"|^Property "DontConfirmOverwrite" not found')
 REPOSITORY = Path(__file__).resolve().parent.parent
 
 

@@ -14,7 +14,8 @@ build_packages=(
     gstreamer1.0-plugins-base gstreamer1.0-plugins-good gstreamer1.0-plugins-bad
     qml6-module-qtquick qml6-module-qtquick-controls qml6-module-qtquick-layouts
     qml6-module-qtquick-templates qml6-module-qtquick-window qml6-module-qtquick-dialogs
-    qml6-module-qtqml qml6-module-qtqml-models qml6-module-qtqml-workerscript qml6-module-qt-labs-settings
+    qml6-module-qtcore qml6-module-qtqml qml6-module-qtqml-models qml6-module-qtqml-workerscript
+    qml6-module-qt-labs-settings qml6-module-qt-labs-folderlistmodel
     libgl1-mesa-dri fonts-dejavu-core xvfb imagemagick x11-utils
 )
 # What the tests and benchmarks need on top.

@@ -110,6 +110,18 @@ PageScaffold {
                         ["Esc", Translations.shortcutBackToGrid]
                     ]
                 }
+                ShortcutList {
+                    width: parent.width
+                    title: Translations.navArchive
+                    shortcuts: [
+                        [Translations.keySpace, Translations.shortcutPlayPause],
+                        ["← →", Translations.shortcutStep],
+                        ["End", Translations.shortcutToEnd],
+                        ["+ −", Translations.shortcutZoom],
+                        ["Shift+← →", Translations.shortcutPan],
+                        ["← →, Shift+← →", Translations.shortcutClip]
+                    ]
+                }
             }
         }
     }

@@ -6,6 +6,8 @@ FocusScope {
     id: root
 
     property bool dragEnabled: true
+    // The cameras that bear a tick.
+    property var ticked: []
 
     signal cameraClicked(string cameraId)
     signal cameraDragStarted(string cameraId, real globalX, real globalY)
@@ -42,6 +44,7 @@ FocusScope {
         anchors.margins: Theme.spacingSM
         focus: true
         dragEnabled: root.dragEnabled
+        ticked: root.ticked
         onCameraPicked: cameraId => root.cameraClicked(cameraId)
         onCameraDragStarted: (cameraId, globalX, globalY) => root.cameraDragStarted(cameraId, globalX, globalY)
         onCameraDragMoved: (globalX, globalY) => root.cameraDragMoved(globalX, globalY)

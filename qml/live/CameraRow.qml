@@ -10,6 +10,7 @@ Item {
     property string cameraName: ""
     property string cameraState: ""
     property string mark: ""
+    property color markColor: Theme.textMuted
     property bool hovered: false
     property bool current: false
 
@@ -55,7 +56,7 @@ Item {
         anchors.verticalCenter: parent.verticalCenter
         text: root.mark
         textFormat: Text.PlainText
-        color: Theme.textMuted
+        color: root.markColor
         font.pixelSize: Theme.fontXS
     }
 }

@@ -11,6 +11,8 @@ FocusScope {
     property alias currentIndex: list.currentIndex
     property int rowHeight: Theme.rowHeight
     property bool dragEnabled: false
+    // The cameras that bear a tick.
+    property var ticked: []
     // The cameras that are shown already: a Map of camera id to slot index.
     property var slotOf: new Map()
     property alias mouseEnabled: pointer.enabled
@@ -101,7 +103,9 @@ FocusScope {
             cameraId: model.cameraId
             cameraName: model.cameraName
             cameraState: model.state
-            mark: root.slotOf.has(cameraId) ? Translations.cellNumber.arg(root.slotOf.get(cameraId) + 1) : ""
+            mark: root.slotOf.has(cameraId) ? Translations.cellNumber.arg(root.slotOf.get(cameraId) + 1)
+                : root.ticked.includes(cameraId) ? "✓" : ""
+            markColor: root.ticked.includes(cameraId) ? Theme.accent : Theme.textMuted
             hovered: pointer.hoveredIndex === index
             current: search.activeFocus && ListView.isCurrentItem
             onPressed: root.pick(index)

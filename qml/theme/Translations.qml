@@ -56,6 +56,24 @@ FloorPlanTexts {
     readonly property string stateError: t("ошибка", "error")
     readonly property string stateOffline: t("не в сети", "offline")
 
+    // The archive.
+    readonly property string play: t("Воспроизвести", "Play")
+    readonly property string pause: t("Пауза", "Pause")
+    readonly property string playbackControls: t("Воспроизведение", "Playback")
+    readonly property string timeNavigation: t("Выбор времени", "Time range")
+    readonly property string timeline: t("Шкала времени", "Timeline")
+    readonly property string clipStart: t("Начало фрагмента", "Clip start")
+    readonly property string clipEnd: t("Конец фрагмента", "Clip end")
+    readonly property string replaceFileTitle: t("Заменить файл?", "Replace the file?")
+    readonly property string replaceFile: t("Заменить", "Replace")
+    readonly property string exportSaved: t("Сохранено: %1", "Saved: %1")
+    readonly property string shortcutPlayPause: t("Воспроизвести или остановить", "Play or pause")
+    readonly property string shortcutStep: t("На 10 секунд назад или вперёд", "Back or forward 10 seconds")
+    readonly property string shortcutToEnd: t("К последней записи", "To the newest footage")
+    readonly property string shortcutZoom: t("Приблизить или отдалить шкалу", "Zoom the timeline")
+    readonly property string shortcutPan: t("Сдвинуть шкалу", "Move the timeline")
+    readonly property string shortcutClip: t("Сдвинуть границу фрагмента", "Move a bound of the clip")
+
     property bool _restored: false
 
     readonly property var _days: ({

@@ -275,6 +275,11 @@ void ExportModel::discardFile()
     m_file.reset();
 }
 
+bool ExportModel::wouldReplace(const QUrl &saveUrl) const
+{
+    return QFileInfo::exists(saveUrl.toLocalFile());
+}
+
 QString ExportModel::formatSize(qint64 bytes) const
 {
     constexpr qint64 kilo = 1024;

@@ -56,6 +56,8 @@ public:
     /// Ends the running export with downloadCancelled() and leaves no file.
     Q_INVOKABLE void cancel();
 
+    /// Whether a file is there already that an export to this address would replace.
+    Q_INVOKABLE bool wouldReplace(const QUrl &saveUrl) const;
     /// A size in whole KB, MB with one or GB with two decimals; "—" for nothing.
     Q_INVOKABLE QString formatSize(qint64 bytes) const;
     /// A file name made of the camera's name and the span in local time, safe on every file system.

@@ -1,13 +1,24 @@
 #include "archive/TimelineBars.h"
 
+#include "archive/Instants.h"
+
 #include <QQuickWindow>
 #include <QSGGeometryNode>
 #include <QSGVertexColorMaterial>
+
+#include <algorithm>
+#include <cmath>
 
 namespace {
 
 constexpr int verticesPerRun = 6;
 constexpr float faintest = 0.35F;
+
+qint64 toInstant(double ms)
+{
+    constexpr auto limit = static_cast<double>(Instants::limitMs);
+    return std::isfinite(ms) ? static_cast<qint64>(std::clamp(ms, -limit, limit)) : 0;
+}
 
 class BarsNode : public QSGGeometryNode
 {
@@ -68,7 +79,7 @@ void TimelineBars::setSpans(const QVariantList &spans)
     emit spansChanged();
 }
 
-void TimelineBars::setViewStart(qint64 ms)
+void TimelineBars::setViewStart(double ms)
 {
     if (m_viewStart == ms)
         return;
@@ -77,7 +88,7 @@ void TimelineBars::setViewStart(qint64 ms)
     emit viewStartChanged();
 }
 
-void TimelineBars::setViewEnd(qint64 ms)
+void TimelineBars::setViewEnd(double ms)
 {
     if (m_viewEnd == ms)
         return;
@@ -98,7 +109,8 @@ void TimelineBars::setColor(const QColor &color)
 QSGNode *TimelineBars::updatePaintNode(QSGNode *oldNode, UpdatePaintNodeData *)
 {
     const qreal pixelRatio = window()->effectiveDevicePixelRatio();
-    const auto runs = m_index.runs(m_viewStart, m_viewEnd, qRound(width() * pixelRatio));
+    const auto runs
+        = m_index.runs(toInstant(m_viewStart), toInstant(m_viewEnd), qRound(width() * pixelRatio));
     if (runs.empty()) {
         delete oldNode;
         return nullptr;

@@ -18,8 +18,8 @@ class TimelineBars : public QQuickItem
 {
     Q_OBJECT
     Q_PROPERTY(QVariantList spans READ spans WRITE setSpans NOTIFY spansChanged)
-    Q_PROPERTY(qint64 viewStart READ viewStart WRITE setViewStart NOTIFY viewStartChanged)
-    Q_PROPERTY(qint64 viewEnd READ viewEnd WRITE setViewEnd NOTIFY viewEndChanged)
+    Q_PROPERTY(double viewStart READ viewStart WRITE setViewStart NOTIFY viewStartChanged)
+    Q_PROPERTY(double viewEnd READ viewEnd WRITE setViewEnd NOTIFY viewEndChanged)
     Q_PROPERTY(QColor color READ color WRITE setColor NOTIFY colorChanged)
 
 public:
@@ -29,11 +29,11 @@ public:
     QVariantList spans() const { return m_spans; }
     void setSpans(const QVariantList &spans);
 
-    qint64 viewStart() const { return m_viewStart; }
-    void setViewStart(qint64 ms);
+    double viewStart() const { return m_viewStart; }
+    void setViewStart(double ms);
 
-    qint64 viewEnd() const { return m_viewEnd; }
-    void setViewEnd(qint64 ms);
+    double viewEnd() const { return m_viewEnd; }
+    void setViewEnd(double ms);
 
     QColor color() const { return m_color; }
     void setColor(const QColor &color);
@@ -52,7 +52,7 @@ protected:
 private:
     QVariantList m_spans;
     SpanIndex m_index;
-    qint64 m_viewStart = 0;
-    qint64 m_viewEnd = 0;
+    double m_viewStart = 0;
+    double m_viewEnd = 0;
     QColor m_color = Qt::white;
 };

@@ -1,7 +1,10 @@
+#include "ArchiveStandIns.h"
 #include "CameraFeed.h"
 #include "StandIns.h"
 
 #include "app/QmlTypes.h"
+#include "archive/FormatUtils.h"
+#include "archive/TimelineModel.h"
 #include "net/ApiClient.h"
 
 #include <QCoreApplication>
@@ -93,6 +96,7 @@ public slots:
         QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, m_settings.path());
         QQuickStyle::setStyle(QStringLiteral("Basic"));
         registerQmlTypes();
+        qmlRegisterType<StandInArchivePlayer>("ZorvelClient", 1, 0, "ArchivePlayer");
     }
 
     void qmlEngineAvailable(QQmlEngine *engine)
@@ -106,6 +110,11 @@ public slots:
         auto *cameras = new CameraListModel(engine);
         context->setContextProperty(QStringLiteral("cameraModel"), cameras);
         context->setContextProperty(QStringLiteral("cameraFeed"), new CameraFeed(cameras, engine));
+        auto *archive = new ArchiveFeed(engine);
+        context->setContextProperty(QStringLiteral("archiveFeed"), archive);
+        context->setContextProperty(QStringLiteral("timelineModel"), new TimelineModel(archive->client(), engine));
+        context->setContextProperty(QStringLiteral("exportModel"), new StandInExportModel(engine));
+        context->setContextProperty(QStringLiteral("formatUtils"), new FormatUtils(engine));
         context->setContextProperty(QStringLiteral("inspector"), new Inspector(engine));
     }
 

@@ -1,0 +1,153 @@
+import QtQuick
+import ZorvelClient
+
+// One camera of the grid that plays in step: it shows what the shared clock's moment holds.
+Rectangle {
+    id: root
+
+    property string cameraId: ""
+    property string cameraName: ""
+    // The clock, in ms since the epoch, and whether and how fast it runs.
+    property real targetTime: 0
+    property bool isPlaying: false
+    property real playbackSpeed: 1
+    property bool loadStalled: false
+
+    // Nothing was recorded here when last looked; looking again does not say otherwise.
+    property bool _foundNothing: false
+    readonly property string _text: cameraId === "" ? Translations.clickCameraToAssign
+        : archive.state === "error" ? Translations.playbackError
+        : archive.state === "no_footage" || archive.state === "ended" ? Translations.noFootageHere
+        : archive.state !== "loading" ? ""
+        : loadStalled || _foundNothing ? Translations.noFootageHere : Translations.loading
+
+    signal closeRequested()
+
+    function sync() {
+        if (cameraId === "")
+            archive.stop()
+        else if (targetTime <= 0)
+            return
+        else if (archive.loadedCameraId() !== cameraId)
+            archive.startFrom(cameraId, targetTime)
+        else
+            archive.showAt(targetTime)
+    }
+
+    function refreshCoverage() {
+        archive.setCoverage(timelineModel.coverageFor(cameraId))
+        sync()
+    }
+
+    function followPlaying() {
+        if (isPlaying)
+            archive.resume()
+        else
+            archive.pause()
+    }
+
+    color: Theme.videoSurface
+    Accessible.role: Accessible.Pane
+    Accessible.name: [cameraName, _text].filter(Boolean).join(", ")
+
+    onTargetTimeChanged: sync()
+    onCameraIdChanged: refreshCoverage()
+    onIsPlayingChanged: followPlaying()
+    onPlaybackSpeedChanged: archive.setSpeed(playbackSpeed)
+    Component.onCompleted: {
+        archive.init(apiClient)
+        archive.setPlayer(video)
+        archive.setSynchronized(true)
+        archive.setSpeed(playbackSpeed)
+        refreshCoverage()
+    }
+    Component.onDestruction: {
+        archive.stop()
+        archive.setPlayer(null)
+    }
+
+    Connections {
+        target: timelineModel
+
+        function onSpansChanged() {
+            root.refreshCoverage()
+        }
+    }
+    ArchivePlayer {
+        id: archive
+
+        objectName: "cellPlayer"
+        onStateChanged: {
+            if (state === "loading") {
+                stallTimer.restart()
+            } else {
+                stallTimer.stop()
+                root.loadStalled = false
+                root._foundNothing = state === "no_footage"
+            }
+            if (state === "playing" && !root.isPlaying)
+                pause()
+        }
+    }
+    Timer {
+        id: stallTimer
+
+        objectName: "cellStallTimer"
+        interval: 4000
+        onTriggered: root.loadStalled = true
+    }
+    MpvObject {
+        id: video
+
+        anchors.fill: parent
+        onFirstFrameRendered: {
+            stallTimer.stop()
+            root.loadStalled = false
+        }
+    }
+    VideoMessage {
+        objectName: "cellMessage"
+        anchors.fill: parent
+        veiled: true
+        text: root._text
+    }
+    Rectangle {
+        width: parent.width
+        height: 34
+        visible: root.cameraId !== ""
+        gradient: Gradient {
+            GradientStop {
+                position: 0
+                color: Theme.overlayShade
+            }
+            GradientStop {
+                position: 1
+                color: "transparent"
+            }
+        }
+
+        StyledText {
+            anchors.left: parent.left
+            anchors.right: closeButton.left
+            anchors.margins: Theme.spacingSM
+            anchors.verticalCenter: parent.verticalCenter
+            text: root.cameraName
+            color: Theme.overlayText
+            wrapMode: Text.NoWrap
+            elide: Text.ElideRight
+        }
+        ControlButton {
+            id: closeButton
+
+            objectName: "cellCloseButton"
+            anchors.right: parent.right
+            anchors.margins: Theme.spacingXS
+            anchors.verticalCenter: parent.verticalCenter
+            implicitWidth: 26
+            implicitHeight: 26
+            text: Translations.removeFromCell
+            sign: "✕"
+            onClicked: root.closeRequested()
+        }
+    }
+}

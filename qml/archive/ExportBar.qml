@@ -1,0 +1,73 @@
+import QtQuick
+import ZorvelClient
+
+// Exporting a clip: its bounds, how far the download is, what went wrong, and the buttons.
+Flow {
+    id: root
+
+    property string rangeText: ""
+    property bool selectionEmpty: true
+    // Where the last complete export was saved, until the next one begins.
+    property string savedPath: ""
+
+    readonly property bool downloading: exportModel.downloading
+    readonly property string progressText: !downloading ? ""
+        : Math.round(exportModel.progress * 100) + "%" + (exportModel.downloadedBytes > 0
+            ? " · " + exportModel.formatSize(exportModel.downloadedBytes) : "")
+
+    signal downloadClicked()
+    signal cancelClicked()
+
+    spacing: Theme.spacingSM
+    Accessible.role: Accessible.Pane
+    Accessible.name: Translations.exportClip
+
+    component Line: StyledText {
+        height: Theme.controlHeight
+        visible: text !== ""
+        verticalAlignment: Text.AlignVCenter
+        wrapMode: Text.NoWrap
+        elide: Text.ElideMiddle
+        width: Math.min(implicitWidth, root.width)
+    }
+
+    Line {
+        objectName: "exportRange"
+        text: root.rangeText
+    }
+    Line {
+        objectName: "exportProgress"
+        text: root.progressText
+        color: Theme.textSecondary
+    }
+    PrimaryButton {
+        objectName: "exportDownload"
+        visible: root.rangeText !== ""
+        enabled: !root.selectionEmpty && !root.downloading
+        text: Translations.exportDo
+        onClicked: root.downloadClicked()
+    }
+    ActionButton {
+        objectName: "exportCancel"
+        text: root.rangeText === "" && !root.downloading ? Translations.close : Translations.cancel
+        onClicked: root.cancelClicked()
+    }
+    Line {
+        objectName: "exportError"
+        text: exportModel.error
+        color: Theme.statusError
+        Accessible.role: Accessible.AlertMessage
+    }
+    Line {
+        objectName: "exportPartial"
+        text: exportModel.partial && !root.downloading ? Translations.exportPartialWarning : ""
+        color: Theme.statusWarn
+        Accessible.role: Accessible.AlertMessage
+    }
+    Line {
+        objectName: "exportSaved"
+        text: root.savedPath === "" ? "" : Translations.exportSaved.arg(root.savedPath)
+        color: Theme.statusOk
+        Accessible.role: Accessible.AlertMessage
+    }
+}

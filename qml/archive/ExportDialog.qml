@@ -1,0 +1,79 @@
+import QtQuick
+import QtCore
+import QtQuick.Dialogs
+import ZorvelClient
+
+// Asks where to save a clip, and before another file is replaced, and starts the export. The question is asked here
+// and not by the platform's dialog, because not all of them do.
+Item {
+    id: root
+
+    property string _cameraId: ""
+    property date _from
+    property date _to
+    property url _target
+
+    function ask(cameraId: string, cameraName: string, startMs: real, endMs: real) {
+        _cameraId = cameraId
+        _from = new Date(startMs)
+        _to = new Date(endMs)
+        const name = exportModel.suggestFileName(cameraName, _from, _to)
+        chooser.selectedFile = chooser.currentFolder + "/" + encodeURIComponent(name)
+        chooser.open()
+    }
+
+    function _choose(file: url) {
+        _target = String(file).endsWith(".mp4") ? file : file + ".mp4"
+        if (exportModel.wouldReplace(_target))
+            replaceDialog.open()
+        else
+            _start()
+    }
+
+    function _start() {
+        exportModel.exportDirect(_cameraId, _from, _to, _target)
+    }
+
+    FileDialog {
+        id: chooser
+
+        title: Translations.saveExportTitle
+        fileMode: FileDialog.SaveFile
+        options: FileDialog.DontConfirmOverwrite
+        defaultSuffix: "mp4"
+        nameFilters: ["MP4 Video (*.mp4)"]
+        currentFolder: {
+            const movies = StandardPaths.locate(StandardPaths.MoviesLocation, "", StandardPaths.LocateDirectory)
+            return String(movies) !== "" ? movies : StandardPaths.writableLocation(StandardPaths.HomeLocation)
+        }
+        onAccepted: root._choose(selectedFile)
+    }
+    StyledDialog {
+        id: replaceDialog
+
+        objectName: "replaceDialog"
+        title: Translations.replaceFileTitle
+
+        contentItem: StyledText {
+            text: decodeURIComponent(String(root._target).split("/").pop())
+            color: Theme.textSecondary
+        }
+        footer: DialogButtons {
+            ActionButton {
+                objectName: "keepFileButton"
+                focus: true
+                text: Translations.cancel
+                onClicked: replaceDialog.close()
+            }
+            ActionButton {
+                objectName: "replaceFileButton"
+                text: Translations.replaceFile
+                hoverColor: Theme.statusError
+                onClicked: {
+                    replaceDialog.close()
+                    root._start()
+                }
+            }
+        }
+    }
+}

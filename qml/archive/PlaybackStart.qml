@@ -1,0 +1,52 @@
+import QtQuick
+
+// What happens once per selection when the recording range of the cameras is known: the first view of the timeline,
+// and the start of the playback.
+Connections {
+    id: root
+
+    required property var page
+
+    function onRangeChanged() {
+        autoPlay()
+        initializeView()
+    }
+
+    function autoPlay() {
+        if (!page._autoPlayPending || page.gridMode)
+            return
+        if (timelineModel.cameraId !== page.selectedCameraId) {
+            console.info(playbackLog, "[archive-ui] autoplay skipped: range cam=" + timelineModel.cameraId
+                + " != selected=" + page.selectedCameraId)
+            return
+        }
+        page._autoPlayPending = false
+        if (!timelineModel.hasData || !page.player) {
+            console.info(playbackLog, "[archive-ui] autoplay skipped: hasData=" + timelineModel.hasData
+                + " player=" + (page.player ? "ok" : "null"))
+            page._switching = false
+            return
+        }
+        const start = page.pendingSeekMs > 0 ? page.pendingSeekMs : timelineModel.computeStartTime()
+        page.pendingSeekMs = 0
+        console.info(playbackLog, "[archive-ui] autoplay cam=" + page.selectedCameraId + " at " + start
+            + " (latest=" + timelineModel.latest + " earliest=" + timelineModel.earliest + ")")
+        page.player.startFrom(page.selectedCameraId, start)
+    }
+
+    function initializeView() {
+        if (!timelineModel.hasData || page._viewInitialized)
+            return
+        page._viewInitialized = true
+        const { earliest, latest } = timelineModel
+        page.setViewRange(Math.max(earliest, latest - 6 * 3600000), latest)
+        if (page.gridMode && page.gridPlayheadTime <= 0)
+            page.playFrom(timelineModel.computeStartTime())
+    }
+
+    target: timelineModel
+
+    readonly property LoggingCategory playbackLog: LoggingCategory {
+        name: "zorvel.playback"
+    }
+}

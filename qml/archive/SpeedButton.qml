@@ -1,0 +1,65 @@
+import QtQuick
+import QtQuick.Controls
+import ZorvelClient
+
+// Shows the speed and opens the list of speeds.
+ControlButton {
+    id: root
+
+    property real speed: 1
+    property var speedSteps: []
+
+    signal speedSelected(real value)
+
+    function label(value: real) : string {
+        return (Number.isInteger(value) ? value.toFixed(0) : value.toFixed(1)) + "x"
+    }
+
+    text: Translations.speedLabel + ": " + label(speed)
+    sign: label(speed) + " ▾"
+    hintEnabled: !menu.visible
+    onClicked: menu.visible ? menu.close() : menu.open()
+
+    Menu {
+        id: menu
+
+        objectName: "speedMenu"
+        y: -height - Theme.spacingXS
+        closePolicy: Popup.CloseOnEscape | Popup.CloseOnPressOutsideParent
+        onOpened: currentIndex = root.speedSteps.indexOf(root.speed)
+        onClosed: root.forceActiveFocus()
+
+        background: Rectangle {
+            implicitWidth: 96
+            color: Theme.surfaceMedium
+            radius: Theme.radius
+            border.width: 1
+            border.color: Theme.borderSubtle
+        }
+
+        Repeater {
+            model: root.speedSteps
+
+            MenuItem {
+                id: entry
+
+                required property real modelData
+
+                objectName: "speed_" + modelData
+                height: Theme.rowHeight
+                text: root.label(modelData) + (modelData === root.speed ? "  ✓" : "")
+                onTriggered: root.speedSelected(modelData)
+
+                contentItem: StyledText {
+                    leftPadding: Theme.spacingXS
+                    verticalAlignment: Text.AlignVCenter
+                    text: entry.text
+                }
+                background: Rectangle {
+                    color: entry.highlighted || entry.hovered ? Theme.surfaceLight : "transparent"
+                    radius: Theme.radius
+                }
+            }
+        }
+    }
+}

@@ -1,0 +1,70 @@
+import QtQuick
+import ZorvelClient
+
+// The ticks below the bars, aligned with the local time. There are always as many items as the densest view needs;
+// building them anew with every change of the view would cost more than moving them.
+Item {
+    id: root
+
+    required property var timeline
+
+    readonly property var level: timeline.computeTickLevel(timeline.range)
+    readonly property real _firstMinor: firstTick(level.minor)
+    readonly property real _firstMajor: firstTick(level.major)
+    readonly property real _offsetMs: -new Date(timeline.viewStart).getTimezoneOffset() * 60000
+    // Labels that would run into each other leave some out.
+    readonly property int _labelStride: Math.ceil(
+        (metrics.width + Theme.spacingSM) / Math.max(1, width * level.major / timeline.range))
+
+    function firstTick(step: real) : real {
+        return Math.ceil((timeline.viewStart + _offsetMs) / step) * step - _offsetMs
+    }
+
+    visible: timeline.range > 0
+
+    TextMetrics {
+        id: metrics
+
+        font.pixelSize: Theme.fontXS
+        text: root.timeline.formatTickLabel(0, root.timeline.range)
+    }
+    Repeater {
+        model: 96
+
+        Rectangle {
+            required property int index
+            readonly property real time: root._firstMinor + index * root.level.minor
+
+            x: Math.round(root.timeline.timeToX(time))
+            width: 1
+            height: 4
+            visible: time <= root.timeline.viewEnd
+            color: Theme.textMuted
+        }
+    }
+    Repeater {
+        model: 16
+
+        Rectangle {
+            id: tick
+
+            required property int index
+            readonly property real time: root._firstMajor + index * root.level.major
+
+            x: Math.round(root.timeline.timeToX(time))
+            width: 1
+            height: 8
+            visible: time <= root.timeline.viewEnd
+            color: Theme.textSecondary
+
+            Text {
+                anchors.horizontalCenter: parent.horizontalCenter
+                y: 20 - baselineOffset
+                visible: Math.round((tick.time + root._offsetMs) / root.level.major) % root._labelStride === 0
+                text: tick.visible ? root.timeline.formatTickLabel(tick.time, root.timeline.range) : ""
+                color: Theme.textSecondary
+                font.pixelSize: Theme.fontXS
+            }
+        }
+    }
+}

@@ -1,0 +1,218 @@
+import QtQuick
+import QtTest
+import ZorvelClient
+
+TestCase {
+    id: testCase
+
+    name: "PlaybackTimeline"
+    when: windowShown
+    visible: true
+    width: 1000
+    height: 200
+
+    readonly property real noon: new Date(2024, 4, 3, 12, 0, 0).getTime()
+    readonly property real hour: 3600000
+    property PlaybackTimeline timeline: null
+
+    Component {
+        id: timelineComponent
+
+        PlaybackTimeline {
+            width: 1000
+        }
+    }
+    Component {
+        id: spyComponent
+
+        SignalSpy { }
+    }
+
+    // fuzzyCompare() works in single precision, too coarse for instants.
+    function compareNear(actual, expected, tolerance, hint) {
+        verify(Math.abs(actual - expected) <= tolerance, (hint ?? "") + " " + actual + " != " + expected)
+    }
+
+    function init() {
+        Translations.language = "en"
+        timeline = createTemporaryObject(timelineComponent, testCase, {
+            viewStart: noon, viewEnd: noon + 10 * hour, earliest: noon - 100 * hour, latest: noon + 10 * hour
+        })
+        mouseMove(testCase, 0, 190)
+    }
+
+    function spy(signalName) {
+        return createTemporaryObject(spyComponent, testCase, { target: timeline, signalName: signalName })
+    }
+
+    function view() {
+        return [timeline.viewStart - noon, timeline.viewEnd - noon]
+    }
+
+    function drag(from, to) {
+        mousePress(timeline, from, 40)
+        mouseMove(timeline, to, 40)
+        mouseRelease(timeline, to, 40)
+    }
+
+    function test_pixels_and_times() {
+        compare(timeline.height, 80)
+        compare(timeline.timeToX(noon + 5 * hour), 500)
+        compare(timeline.xToTime(250), noon + 2.5 * hour)
+        timeline.viewEnd = timeline.viewStart
+        compare(timeline.timeToX(noon), 0)
+        compare(timeline.xToTime(250), noon)
+    }
+
+    function test_ticks_data() {
+        return [
+            { tag: "shortest", range: 30000, major: 5000, minor: 1000, label: "12:00:00" },
+            { tag: "exactly eight", range: 40000, major: 5000, minor: 1000, label: "12:00:00" },
+            { tag: "a little more", range: 40001, major: 15000, minor: 5000, label: "12:00:00" },
+            { tag: "an hour", range: hour, major: 900000, minor: 300000, label: "12:00:00" },
+            { tag: "six hours", range: 6 * hour, major: 3600000, minor: 900000, label: "12:00" },
+            { tag: "a day", range: 24 * hour, major: 10800000, minor: 3600000, label: "12:00" },
+            { tag: "two days", range: 48 * hour, major: 21600000, minor: 3600000, label: "03.05" },
+            { tag: "longest", range: 90 * 24 * hour, major: 604800000, minor: 86400000, label: "03.05" }
+        ]
+    }
+
+    function test_ticks(data) {
+        const level = timeline.computeTickLevel(data.range)
+        compare([level.major, level.minor], [data.major, data.minor])
+        compare(timeline.formatTickLabel(noon, data.range), data.label)
+    }
+
+    function test_wheel_keeps_the_time_under_the_cursor_data() {
+        return [
+            { tag: "in", delta: 120, range: 10 * hour, becomes: 8 * hour },
+            { tag: "out", delta: -120, range: 10 * hour, becomes: 12.5 * hour },
+            { tag: "shortest", delta: 120, range: 30000, becomes: 30000 },
+            { tag: "near the shortest", delta: 120, range: 33000, becomes: 30000 },
+            { tag: "longest", delta: -120, range: 90 * 24 * hour, becomes: 90 * 24 * hour }
+        ]
+    }
+
+    function test_wheel_keeps_the_time_under_the_cursor(data) {
+        timeline.viewEnd = timeline.viewStart + data.range
+        const changes = spy("viewRangeChanged")
+        const before = timeline.xToTime(300)
+        mouseWheel(timeline, 300, 40, 0, data.delta)
+        compare(changes.count, 1)
+        compare(Array.from(changes.signalArguments[0]), [timeline.viewStart, timeline.viewEnd])
+        compareNear(timeline.range, data.becomes, 2)
+        compareNear(timeline.xToTime(300), before, 2)
+    }
+
+    function test_zoom_around_the_centre() {
+        timeline.zoom(0.5)
+        compare(view(), [2.5 * hour, 7.5 * hour])
+        timeline.zoom(2)
+        compare(view(), [0, 10 * hour])
+    }
+
+    function test_drag_pans_and_click_seeks_data() {
+        return [
+            { tag: "click", dx: 0, seeks: true },
+            { tag: "small slip", dx: 4, seeks: true },
+            { tag: "drag", dx: 5, seeks: false },
+            { tag: "drag back", dx: -200, seeks: false }
+        ]
+    }
+
+    function test_drag_pans_and_click_seeks(data) {
+        const seeks = spy("seekRequested")
+        drag(500, 500 + data.dx)
+        compare(seeks.count, data.seeks ? 1 : 0)
+        if (data.seeks)
+            compareNear(seeks.signalArguments[0][0], noon + 5 * hour + data.dx * 36000, 1)
+        compareNear(timeline.viewStart, noon - (data.seeks ? 0 : data.dx * 36000), 1)
+        compare(timeline.range, 10 * hour)
+    }
+
+    function test_drag_back_to_the_start_is_no_click() {
+        const seeks = spy("seekRequested")
+        mousePress(timeline, 500, 40)
+        mouseMove(timeline, 600, 40)
+        mouseMove(timeline, 500, 40)
+        mouseRelease(timeline, 500, 40)
+        compare(seeks.count, 0)
+        compare(view(), [0, 10 * hour])
+    }
+
+    function test_selection_handles_data() {
+        return [
+            { tag: "start", press: 302, to: 200, bounds: [2 * hour, 5 * hour] },
+            { tag: "end", press: 508, to: 900, bounds: [3 * hour, 9 * hour] },
+            { tag: "start stays before the end", press: 300, to: 900, bounds: [5 * hour - 30000, 5 * hour] },
+            { tag: "end stays after the start", press: 500, to: 0, bounds: [3 * hour, 3 * hour + 30000] },
+            { tag: "end stays in the recording", press: 500, to: 990, latest: 6 * hour, bounds: [3 * hour, 6 * hour] },
+            { tag: "the start wins a tie", end: 3 * hour + 30000, press: 300, to: 100,
+                bounds: [1 * hour, 3 * hour + 30000] }
+        ]
+    }
+
+    function test_selection_handles(data) {
+        timeline.selectionMode = true
+        timeline.selectionStart = noon + 3 * hour
+        timeline.selectionEnd = noon + (data.end ?? 5 * hour)
+        timeline.latest = noon + (data.latest ?? 10 * hour)
+        const changes = spy("selectionChanged")
+        const seeks = spy("seekRequested")
+        drag(data.press, data.to)
+        compare(Array.from(changes.signalArguments[changes.count - 1]).map(time => time - noon), data.bounds)
+        compare(seeks.count, 0)
+        compare(view(), [0, 10 * hour])
+    }
+
+    function test_away_from_the_handles_the_mouse_pans() {
+        timeline.selectionMode = true
+        timeline.selectionStart = noon + 3 * hour
+        timeline.selectionEnd = noon + 5 * hour
+        const changes = spy("selectionChanged")
+        drag(400, 500)
+        compare(changes.count, 0)
+        compare(view(), [-hour, 9 * hour])
+    }
+
+    function test_keys() {
+        timeline.forceActiveFocus()
+        keyClick(Qt.Key_Plus)
+        compare(view(), [2.5 * hour, 7.5 * hour])
+        keyClick(Qt.Key_Minus)
+        keyClick(Qt.Key_Right, Qt.ShiftModifier)
+        compare(view(), [hour, 11 * hour])
+
+        timeline.selectionMode = true
+        timeline.selectionStart = noon + 3 * hour
+        timeline.selectionEnd = noon + 5 * hour
+        const changes = spy("selectionChanged")
+        findChild(timeline, "clipEnd").forceActiveFocus()
+        keyClick(Qt.Key_Left)
+        keyClick(Qt.Key_Right, Qt.ShiftModifier)
+        compare(changes.signalArguments.map(bounds => bounds[1] - noon - 5 * hour), [-1000, 10000])
+    }
+
+    function test_hover_shows_the_time_except_while_dragging() {
+        const hint = findChild(timeline, "hoverTime")
+        mouseMove(timeline, 500, 40)
+        verify(hint.visible)
+        mousePress(timeline, 500, 40)
+        mouseMove(timeline, 520, 40)
+        verify(!hint.visible)
+        mouseRelease(timeline, 520, 40)
+    }
+
+    function test_playhead_moves_by_whole_pixels() {
+        timeline.playheadTime = noon + 5 * hour
+        const head = findChild(timeline, "playhead")
+        const moves = createTemporaryObject(spyComponent, testCase, { target: head, signalName: "xChanged" })
+        timeline.playheadTime += 15000
+        compare(moves.count, 0)
+        timeline.playheadTime += 15000
+        compare(moves.count, 1)
+        verify(head.visible)
+        timeline.playheadTime = noon - hour
+        verify(!head.visible)
+    }
+}
