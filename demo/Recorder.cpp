@@ -2,6 +2,8 @@
 
 #include "state/Random.h"
 
+#include <QDateTime>
+
 namespace demo {
 
 namespace {
@@ -30,12 +32,14 @@ Recorder::Recorder(StateFile &state, const Options &options, QObject *parent)
     , m_incidents(state)
     , m_footage(options.cacheFolder)
     , m_rtsp(m_footage, "viewer", streamPassword(state))
+    , m_recordings(m_cameras, QDateTime::currentSecsSinceEpoch)
     , m_events(m_sessions)
     , m_authApi(m_accounts, m_sessions, m_router)
     , m_operatorApi(
           m_cameras, m_incidents, state,
           [this](const QString &cameraId, const QString &role) { return m_rtsp.url(cameraId, role); },
           m_router)
+    , m_archiveApi(m_cameras, m_recordings, m_footage, m_router)
     , m_demoApi({m_accounts, m_sessions, m_cameras, m_incidents, m_events, m_faults, m_rtsp}, m_router)
 {
     m_router.setGuard([this](const QByteArray &token) {

@@ -1,10 +1,12 @@
 #pragma once
 
+#include "api/ArchiveApi.h"
 #include "api/AuthApi.h"
 #include "api/DemoApi.h"
 #include "api/EventChannel.h"
 #include "api/Faults.h"
 #include "api/OperatorApi.h"
+#include "archive/Recordings.h"
 #include "footage/Footage.h"
 #include "http/HttpServer.h"
 #include "http/Router.h"
@@ -52,11 +54,13 @@ private:
     Incidents m_incidents;
     Footage m_footage;
     RtspService m_rtsp;
+    Recordings m_recordings;
     EventChannel m_events;
     Faults m_faults;
     Router m_router;
     AuthApi m_authApi;
     OperatorApi m_operatorApi;
+    ArchiveApi m_archiveApi;
     DemoApi m_demoApi;
     HttpServer m_http;
 };

@@ -34,6 +34,11 @@ QByteArray joined(const QList<QByteArray> &slices, qsizetype from)
 struct Footage::Clip
 {
     QList<QByteArray> frames;
+
+    const QByteArray &frame(qint64 loopSecond, int index) const
+    {
+        return frames.at(loopSecond * FrameInstant::framesPerSecond + index);
+    }
 };
 
 /// What belongs to one format.
@@ -94,14 +99,30 @@ QByteArray Footage::picture(const Look &look, const VideoFormat &format, const F
     Side &part = side(format);
     const int theme = look.number % Scene::themes;
     const int parity = int(instant.second % 2);
-    // Cameras of one theme are an even number of seconds apart, so that the parity of IDR pictures agrees.
-    const qint64 shift = qint64(2) * (look.number / Scene::themes);
-    const qint64 loopSecond = (instant.second + shift) % Scene::loopSeconds;
-    const QByteArray &rest
-        = clip(theme, part)->frames.at(loopSecond * qint64(FrameInstant::framesPerSecond) + instant.frame);
+    const QByteArray &rest = clip(theme, part)->frame(loopSecond(look, instant.second), instant.frame);
     if (instant.frame > 0)
         return part.band.laterSlice(instant.frame) + rest;
     return part.band.firstSlice(instant.second) + nameSlice(look, theme, parity, part) + rest;
+}
+
+qint64 Footage::maxSecondBytes(const Look &look, const VideoFormat &format, qint64 second)
+{
+    Side &part = side(format);
+    const int theme = look.number % Scene::themes;
+    const std::shared_ptr<const Clip> scene = clip(theme, part);
+    qint64 bytes = part.band.maxFirstSliceBytes() + nameSlice(look, theme, int(second % 2), part).size();
+    for (int i = 0; i < FrameInstant::framesPerSecond; ++i) {
+        bytes += scene->frame(loopSecond(look, second), i).size();
+        if (i > 0)
+            bytes += part.band.laterSlice(i).size();
+    }
+    return bytes;
+}
+
+// Cameras of one theme are an even number of seconds apart, so that the parity of IDR pictures agrees.
+qint64 Footage::loopSecond(const Look &look, qint64 second)
+{
+    return (second + qint64(2) * (look.number / Scene::themes)) % Scene::loopSeconds;
 }
 
 std::shared_ptr<const Footage::Clip> Footage::clip(int theme, Side &part)

@@ -40,6 +40,9 @@ public:
     /// second is an IDR picture. Waits for the scene when it is not encoded yet.
     QByteArray picture(const Look &look, const VideoFormat &format, const FrameInstant &instant);
 
+    /// What the pictures of one second take at most. Waits for the scene when it is not encoded yet.
+    qint64 maxSecondBytes(const Look &look, const VideoFormat &format, qint64 second);
+
     /// Parameter sets, the same for all pictures of a format.
     SliceEncoder::Headers headers(const VideoFormat &format) const;
 
@@ -49,6 +52,7 @@ private:
 
     Side &side(const VideoFormat &format) const;
     std::shared_ptr<const Clip> clip(int theme, Side &side);
+    static qint64 loopSecond(const Look &look, qint64 second);
     std::shared_ptr<const Clip> loadOrEncode(int theme, const VideoFormat &format) const;
     QByteArray nameSlice(const Look &look, int theme, int parity, Side &side);
 

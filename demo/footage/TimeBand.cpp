@@ -67,8 +67,15 @@ QByteArray TimeBand::firstSlice(qint64 second)
     if (m_encoder.nextParity() != second % 2)
         m_encoder.encode(picture, true);
     QByteArray slice = m_encoder.encode(picture, true).first();
+    if (slice.size() > maxFirstSliceBytes())
+        qFatal("A time band takes %lld bytes", qlonglong(slice.size()));
     m_firstSlices.insert(second, new QByteArray(slice));
     return slice;
+}
+
+qsizetype TimeBand::maxFirstSliceBytes() const
+{
+    return m_format.isMain() ? 8000 : 5000;
 }
 
 Frame420 TimeBand::paint(const QString &text, const FrameInstant &instant) const

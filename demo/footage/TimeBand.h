@@ -22,6 +22,8 @@ public:
 
     /// The slice of a second's first picture; the IDR number parity is the second's.
     QByteArray firstSlice(qint64 second);
+    /// What firstSlice() never exceeds.
+    qsizetype maxFirstSliceBytes() const;
     /// The slice of a later picture of any second, frame 1 to 14.
     QByteArray laterSlice(int frame) const { return m_laterSlices.at(frame - 1); }
 

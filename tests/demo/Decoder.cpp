@@ -1,6 +1,7 @@
 #include "Decoder.h"
 
 #include <QProcess>
+#include <QTemporaryFile>
 #include <QtEndian>
 
 #include <cstring>
@@ -56,6 +57,14 @@ Decoded Decoder::decode(const QStringList &input, const QSize &size, const QByte
         decoded.frames.append(frame);
     }
     return decoded;
+}
+
+Decoded Decoder::decodeMp4(const QByteArray &file, const QSize &size)
+{
+    QTemporaryFile stored;
+    if (!stored.open() || stored.write(file) != file.size() || !stored.flush())
+        return {{}, "no temporary file"};
+    return decode({"-err_detect", "explode", "-i", stored.fileName()}, size);
 }
 
 Decoded Decoder::decodeUnits(const QByteArray &lengthPrefixed, const QSize &size)

@@ -58,7 +58,8 @@ RecorderFixture::Answer RecorderFixture::ask(
         request.setRawHeader("Authorization", "Bearer " + m_token);
     for (const auto &[name, value] : headers)
         request.setRawHeader(name, value);
-    QNetworkReply *reply = m_network.sendCustomRequest(request, method, body);
+    QNetworkReply *reply
+        = method == "HEAD" ? m_network.head(request) : m_network.sendCustomRequest(request, method, body);
     QEventLoop loop;
     QObject::connect(reply, &QNetworkReply::finished, &loop, &QEventLoop::quit);
     loop.exec();
