@@ -141,6 +141,7 @@ void RedrawGatherer::flush()
     for (auto it = m_items.cbegin(); it != m_items.cend(); ++it)
         m_busy += it.key()->state() == QLatin1String("idle") ? 0 : 1;
     QList<MpvObject *> hidden;
+    bool draws = false;
     for (MpvObject *item : std::as_const(m_pending)) {
         if (!item->isVisible() && !item->needsDrawing()) {
             hidden.append(item);
@@ -148,9 +149,10 @@ void RedrawGatherer::flush()
         }
         item->update();
         m_awaitedSync = m_syncs + 1;
+        draws = true;
     }
     m_pending.clear();
-    if (m_drawing)
+    if (draws)
         RedrawClock::announce();
     if (!hidden.isEmpty())
         takeFrames(hidden);
