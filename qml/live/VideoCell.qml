@@ -5,8 +5,8 @@ import "grid.js" as Grid
 
 // What one slot of a grid shows over its video, and what the mouse does there. The video is not part of it: a cell
 // with a camera is transparent. There are always as many cells as the largest preset has, so all that is seen only at
-// times is loaded only then.
-T.Control {
+// times is loaded only then. It is a button to the keyboard and to screen readers; the mouse has more to do with it.
+T.AbstractButton {
     id: root
 
     required property int index
@@ -59,6 +59,7 @@ T.Control {
     Accessible.name: Grid.sentence([Translations.cellNumber.arg(index + 1), cameraName, _stateText])
     Accessible.focusable: true
     Accessible.onPressAction: grid.activateSlot(index)
+    onClicked: grid.activateSlot(index)
 
     background: Rectangle {
         visible: !root.occupied
