@@ -23,7 +23,7 @@ QList<Seconds> RecordingPlan::gapsOfHour(qint64 hour) const
 
     QList<Seconds> gaps;
     const auto miss = [&](qint64 atMinute, qint64 length) {
-        const qint64 from = start + (atMinute + m_number * 7) % 50 * minute + 20;
+        const qint64 from = start + (atMinute + qint64(m_number) * 7) % 50 * minute + 20;
         gaps.append({from, from + length});
     };
     if (pattern == ShortGaps || pattern == Everything) {

@@ -8,7 +8,7 @@ namespace demo {
 
 namespace {
 
-constexpr qint64 day = 24 * 3600;
+constexpr qint64 day = 24LL * 3600;
 /// Segment ids are the camera's number and the first second.
 constexpr qint64 idStep = 100'000'000'000;
 constexpr qint64 searchStep = 3600;
