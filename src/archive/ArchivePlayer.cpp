@@ -14,7 +14,6 @@ constexpr qint64 driftMs = 2000;
 constexpr int firstLimit = 1;
 constexpr int pageLimit = 20;
 constexpr int prefetchDistance = 8;
-constexpr qint64 prefetchPauseMs = 2000;
 constexpr double seekThreshold = 0.1;
 constexpr double longestPosition = 1e9;
 
@@ -132,7 +131,7 @@ void ArchivePlayer::startFrom(const QString &cameraId, qint64 timestampMs)
     m_pendingSeekMs = timestampMs;
     m_emptyResult = false;
     m_lastShowAtMs = timestampMs;
-    m_prefetchFailed.invalidate();
+    m_fetchFailed.invalidate();
     setCurrentTime(timestampMs);
     m_firstFrameTimer.start();
     m_awaitingFirstFrame = true;
@@ -194,7 +193,7 @@ void ArchivePlayer::showAt(qint64 timestampMs)
 
     const int index = m_segments.covering(timestampMs);
     if (index < 0) {
-        if (!m_emptyResult)
+        if (!m_emptyResult && !failedLately())
             startFrom(m_cameraId, timestampMs);
         return;
     }
@@ -391,8 +390,8 @@ void ArchivePlayer::onPositionChanged()
         setCurrentTime(m_segments.at(m_currentIndex).startMs + static_cast<qint64>(position * 1000));
         followClock();
     }
-    const bool pausing = m_prefetchFailed.isValid() && !m_prefetchFailed.hasExpired(prefetchPauseMs);
-    if (!m_fetchingMore && !m_exhausted && !pausing && m_currentIndex >= m_segments.size() - prefetchDistance)
+    if (!m_fetchingMore && !m_exhausted && !failedLately()
+        && m_currentIndex >= m_segments.size() - prefetchDistance)
         fetchMore();
 }
 
@@ -460,11 +459,9 @@ void ArchivePlayer::onSegmentsFailed(const QString &cameraId, const QString &err
         return;
     logWarning(QStringLiteral("segments fetch failed cam=%1: %2").arg(cameraId, error));
     m_fetchingFirst = false;
-    if (std::exchange(m_fetchingMore, false)) {
-        m_prefetchFailed.start();
-        if (std::exchange(m_pendingIndex, -1) < 0)
-            return;
-    }
+    m_fetchFailed.start();
+    if (std::exchange(m_fetchingMore, false) && std::exchange(m_pendingIndex, -1) < 0)
+        return;
     m_awaitingFirstFrame = false;
     setState(failed);
 }

@@ -91,10 +91,14 @@ private:
     bool fetchMore();
     void followClock();
     void applyRate(double rate);
+    bool failedLately() const { return m_fetchFailed.isValid() && !m_fetchFailed.hasExpired(failurePauseMs); }
     bool isCovered(qint64 ms) const;
     bool isAwaited(const QString &cameraId, const QString &requestId) const;
     void setState(const QString &state);
     void setCurrentTime(qint64 ms);
+
+    /// How long a failing server is left alone, unless there is nothing else to play.
+    static constexpr qint64 failurePauseMs = 2000;
 
     QPointer<ApiClient> m_apiClient;
     QPointer<MpvObject> m_player;
@@ -118,7 +122,7 @@ private:
     qint32 m_requestCounter = 0;
     QString m_requestId;
     QElapsedTimer m_firstFrameTimer;
-    QElapsedTimer m_prefetchFailed;
+    QElapsedTimer m_fetchFailed;
     bool m_awaitingFirstFrame = false;
     qint64 m_metadataMs = -1;
 };

@@ -512,6 +512,14 @@ void ArchivePlayerTest::reportsErrors()
     m_instead.status = 503;
     m_player->startFrom(camera, base);
     QTRY_COMPARE(m_player->state(), "error");
+    // The clock that goes on ticking does not ask a failing server on every tick.
+    m_player->setSynchronized(true);
+    const qsizetype before = asked();
+    for (int tick = 1; tick <= 10; ++tick)
+        m_player->showAt(base + tick * 200);
+    QTest::qWait(20);
+    QCOMPARE(asked(), before);
+    m_player->setSynchronized(false);
     m_instead = {};
     start(0);
     QCOMPARE(m_player->state(), "playing");
