@@ -2,6 +2,7 @@
 
 #include "footage/Scene.h"
 
+#include <QCryptographicHash>
 #include <QDataStream>
 #include <QDir>
 #include <QFile>
@@ -25,6 +26,39 @@ QByteArray joined(const QList<QByteArray> &slices, qsizetype from)
     for (qsizetype i = from; i < slices.size(); ++i)
         bytes += slices[i];
     return bytes;
+}
+
+QByteArray checksum(const QByteArray &content)
+{
+    return QCryptographicHash::hash(content, QCryptographicHash::Sha256);
+}
+
+/// The frames of a cache file; none when it is missing or damaged.
+QList<QByteArray> loadFrames(const QString &path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return {};
+    const QByteArray sum = file.read(QCryptographicHash::hashLength(QCryptographicHash::Sha256));
+    const QByteArray content = file.readAll();
+    if (sum != checksum(content))
+        return {};
+    QList<QByteArray> frames;
+    QDataStream stream(content);
+    stream >> frames;
+    return frames;
+}
+
+void saveFrames(const QString &path, const QList<QByteArray> &frames)
+{
+    QByteArray content;
+    QDataStream stream(&content, QIODevice::WriteOnly);
+    stream << frames;
+    QSaveFile file(path);
+    if (file.open(QIODevice::WriteOnly)) {
+        file.write(checksum(content) + content);
+        file.commit();
+    }
 }
 
 } // namespace
@@ -137,14 +171,10 @@ std::shared_ptr<const Footage::Clip> Footage::loadOrEncode(int theme, const Vide
     const QString path
         = QDir(m_cacheFolder)
               .filePath(QString("scene-%1-%2-%3.bin").arg(cacheVersion).arg(theme).arg(format.size.height()));
-    QFile cached(path);
-    if (cached.open(QIODevice::ReadOnly)) {
-        QDataStream stream(&cached);
-        stream >> clip->frames;
-        if (stream.status() == QDataStream::Ok && clip->frames.size() == loopFrames)
-            return clip;
-        clip->frames.clear();
-    }
+    clip->frames = loadFrames(path);
+    if (clip->frames.size() == loopFrames)
+        return clip;
+    clip->frames.clear();
 
     Scene scene(theme, format);
     SliceEncoder encoder(format.size, format.macroblocksPerSlice(), quantizer);
@@ -153,12 +183,7 @@ std::shared_ptr<const Footage::Clip> Footage::loadOrEncode(int theme, const Vide
         clip->frames.append(joined(encoder.encode(scene.frame(i), idr), idr ? 2 : 1));
     }
     QDir().mkpath(m_cacheFolder);
-    QSaveFile saved(path);
-    if (saved.open(QIODevice::WriteOnly)) {
-        QDataStream stream(&saved);
-        stream << clip->frames;
-        saved.commit();
-    }
+    saveFrames(path, clip->frames);
     return clip;
 }
 
