@@ -83,7 +83,7 @@ class Desktop:
         if window_manager:
             self._manager = processes.start(["openbox"], env=dict(os.environ, **self.env),
                                             stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
-            wait_until(self._is_managed, 10, "the window manager to take over the display")
+            wait_until(self._is_managed, 30, "the window manager to take over the display")
 
     def _is_managed(self):
         done = subprocess.run(["xdotool", "get_num_desktops"], env=self.env, capture_output=True)
@@ -100,7 +100,7 @@ class Desktop:
         subprocess.run(["xdotool", *[str(word) for word in words]], env=self.env, check=True, capture_output=True)
 
     def move(self, x, y):
-        self._xdotool("mousemove", "--sync", round(x), round(y))
+        self._xdotool("mousemove", round(x), round(y))
 
     def click(self, x, y, count=1):
         self._xdotool("mousemove", round(x), round(y), "click", "--repeat", count, "--delay", 60, 1)
@@ -129,7 +129,16 @@ class Desktop:
         self._xdotool("windowminimize", "--sync", window)
 
     def restore(self, window):
-        self._xdotool("windowmap", "--sync", window, "windowactivate", "--sync", window)
+        """Brings a minimised window back; done when the window manager has left the focus with it for a while."""
+        self._xdotool("windowactivate", "--sync", window)
+        in_a_row = 0
+
+        def settled():
+            nonlocal in_a_row
+            focus = subprocess.run(["xdotool", "getwindowfocus"], env=self.env, capture_output=True, text=True)
+            in_a_row = in_a_row + 1 if focus.stdout.strip() == str(window) else 0
+            return in_a_row >= 10
+        wait_until(settled, 10, "the focus in the restored window")
 
     def resize(self, window, width, height):
         self._xdotool("windowsize", window, width, height)

@@ -13,7 +13,11 @@ class Operator:
     # Single gestures
 
     def click(self, timeout=15, count=1, **wanted):
-        item = self.probe.item(timeout=timeout, enabled=True, **wanted)
+        """Clicks an item once it stands still: a layout may only just have made it."""
+        before, item = None, self.probe.item(timeout=timeout, enabled=True, **wanted)
+        while before is None or item.region != before.region:
+            time.sleep(0.03)
+            before, item = item, self.probe.item(timeout=timeout, enabled=True, **wanted)
         self.desktop.click(*item.centre, count=count)
         return item
 
@@ -38,6 +42,17 @@ class Operator:
             self.desktop.key("Tab")
             wait_until(lambda: str(self.probe.focus()) != str(before), 5, f"Tab to move the focus on from {before}")
         raise AssertionError(f"{name} cannot be reached with the Tab key")
+
+    def minimise(self):
+        window = self.client.window()["id"]
+        self.desktop.minimise(window)
+        wait_until(lambda: not self.probe.items(type="VideoGrid"), 10, "the window to go")
+        return window
+
+    def restore(self, window):
+        self.desktop.restore(window)
+        wait_until(lambda: self.client.window()["active"] and self.probe.items(type="VideoGrid"), 10,
+                   "the window to come back")
 
     # Sign-in
 
@@ -103,6 +118,12 @@ class Operator:
     def wait_playing(self, *indices, timeout=30):
         wait_until(lambda: all(self.cells()[index][1] == "playing" for index in indices), timeout,
                    lambda: f"cells {indices} to play: {self.cells()}")
+
+    def clear_cell(self, index):
+        """Empties a cell with the button that shows under the mouse."""
+        self.desktop.move(*self.cell(index).centre)
+        self.click(name="cellClearButton", within=f"videoCell_{index}")
+        wait_until(lambda: self.cells()[index][0] == "", 5, f"cell {index} to be empty")
 
     def double_click(self, index):
         self.desktop.click(*self.cell(index).centre, count=2)

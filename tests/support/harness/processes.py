@@ -89,10 +89,12 @@ def cpu_rate(pids, seconds):
     return (sum(cpu_seconds(pid) for pid in pids) - before) / (time.monotonic() - begin)
 
 
-def pressure():
-    """Share of the last ten seconds in which something waited for a processor, in percent; None if unknown."""
-    try:
-        with open("/proc/pressure/cpu") as file:
-            return float(file.readline().split("avg10=")[1].split()[0])
-    except (FileNotFoundError, IndexError):
-        return None
+def busy_processors(seconds=2):
+    """How many processors the whole machine keeps busy now."""
+    def idle():
+        with open("/proc/stat") as stat:
+            fields = stat.readline().split()[1:]
+        return (int(fields[3]) + int(fields[4])) / _TICKS
+    begin, before = time.monotonic(), idle()
+    time.sleep(seconds)
+    return os.cpu_count() - (idle() - before) / (time.monotonic() - begin)

@@ -19,13 +19,31 @@ struct Label
     bool isPassword = false;
 };
 
+const QObject *attachedTo(const QQuickItem *item)
+{
+    const QList<QObject *> &children = item->children();
+    const auto found = std::find_if(children.begin(), children.end(),
+        [](const QObject *child) { return child->inherits("QQuickAccessibleAttached"); });
+    return found == children.end() ? nullptr : *found;
+}
+
+// Qt 6.4 tells a control's type's role instead of the role set on it, and of a plain control none.
+QAccessible::Role roleOf(const QQuickItem *item, QAccessible::Role told)
+{
+    const QObject *attached = attachedTo(item);
+    const auto wanted
+        = attached ? attached->property("role").value<QAccessible::Role>() : QAccessible::NoRole;
+    return wanted == QAccessible::NoRole ? told : wanted;
+}
+
 Label labelOf(QQuickItem *item)
 {
     QAccessibleInterface *interface = QAccessible::queryAccessibleInterface(item);
     if (!interface) {
         return {};
     }
-    return {interface->text(QAccessible::Name), interface->role(), bool(interface->state().passwordEdit)};
+    return {interface->text(QAccessible::Name), roleOf(item, interface->role()),
+        bool(interface->state().passwordEdit)};
 }
 
 QString roleName(QAccessible::Role role)
@@ -35,13 +53,8 @@ QString roleName(QAccessible::Role role)
 
 bool isIgnored(const QQuickItem *item)
 {
-    const QList<QObject *> &children = item->children();
-    for (const QObject *child : children) {
-        if (child->inherits("QQuickAccessibleAttached") && child->property("ignored").toBool()) {
-            return true;
-        }
-    }
-    return false;
+    const QObject *attached = attachedTo(item);
+    return attached && attached->property("ignored").toBool();
 }
 
 bool takesClicks(const QQuickItem *item)

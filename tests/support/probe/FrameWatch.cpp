@@ -10,27 +10,20 @@
 #include <QtQuick/QQuickWindow>
 
 #include <algorithm>
-#include <optional>
 
 namespace {
 
 constexpr double nsPerMs = 1e6;
 constexpr double nsPerSecond = 1e9;
 
-struct Moment
-{
-    qint64 atNs = 0;
-    qint64 waitedNs = 0;
-};
-
 struct Span
 {
     qint64 longestNs = 0;
     qint64 waitedNs = 0;
 
-    void add(const Moment &from, const Moment &to)
+    void add(const ThreadGroup::Moment &from, const ThreadGroup::Moment &to)
     {
-        const qint64 waited = to.waitedNs - from.waitedNs;
+        const qint64 waited = ThreadGroup::withoutProcessor(from, to);
         const qint64 length = to.atNs - from.atNs - waited;
         if (from.atNs > 0 && length > longestNs) {
             longestNs = length;
@@ -46,9 +39,9 @@ struct FrameWatch::Window
 {
     QPointer<QQuickWindow> window;
     mutable QMutex mutex;
-    std::optional<ThreadClock> clock;
-    Moment syncBegin;
-    Moment renderBegin;
+    std::unique_ptr<ThreadGroup> threads;
+    ThreadGroup::Moment syncBegin;
+    ThreadGroup::Moment renderBegin;
     Span sync;
     Span render;
     Span frame;
@@ -56,12 +49,12 @@ struct FrameWatch::Window
     qint64 firstAtNs = 0;
     qint64 sinceNs = monotonicNs();
 
-    Moment now()
+    ThreadGroup::Moment now()
     {
-        if (!clock) {
-            clock.emplace();
+        if (!threads) {
+            threads = std::make_unique<ThreadGroup>(ThreadClock::current());
         }
-        return {monotonicNs(), clock->waitedNs()};
+        return threads->now();
     }
 };
 
@@ -99,7 +92,7 @@ void FrameWatch::watch(QQuickWindow *window)
     };
     onRenderThread(&QQuickWindow::sceneGraphInvalidated, [state] {
         QMutexLocker lock(&state->mutex);
-        state->clock.reset();
+        state->threads.reset();
     });
     onRenderThread(&QQuickWindow::beforeSynchronizing, [state] {
         QMutexLocker lock(&state->mutex);
@@ -131,7 +124,7 @@ void FrameWatch::restart()
     for (const auto &state : m_windows) {
         QMutexLocker lock(&state->mutex);
         state->sync = state->render = state->frame = Span();
-        state->syncBegin = state->renderBegin = Moment();
+        state->syncBegin = state->renderBegin = ThreadGroup::Moment();
         state->frames = 0;
         state->sinceNs = monotonicNs();
     }

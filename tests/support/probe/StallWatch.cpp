@@ -17,14 +17,12 @@ public:
         static const auto type = static_cast<QEvent::Type>(QEvent::registerEventType());
         return type;
     }
-    explicit Ping(qint64 waitedBefore)
+    explicit Ping(ThreadGroup::Moment moment)
         : QEvent(kind())
-        , sentNs(monotonicNs())
-        , waitedBeforeNs(waitedBefore)
+        , sent(std::move(moment))
     {
     }
-    const qint64 sentNs;
-    const qint64 waitedBeforeNs;
+    const ThreadGroup::Moment sent;
 };
 
 } // namespace
@@ -44,6 +42,9 @@ void StallWatch::restart()
 {
     m_longestNs = m_longestWaitNs = m_longestAtNs = 0;
     m_pings = m_over100 = 0;
+    halt();
+    // The drawing threads are looked up anew: they come and go with the window.
+    m_threads = std::make_unique<ThreadGroup>(ThreadClock::current());
     if (!m_running.exchange(true)) {
         start();
     }
@@ -70,8 +71,7 @@ bool StallWatch::event(QEvent *event)
     if (event->type() != Ping::kind()) {
         return QThread::event(event);
     }
-    const auto *ping = static_cast<Ping *>(event);
-    handled(ping->sentNs, ping->waitedBeforeNs);
+    handled(static_cast<Ping *>(event)->sent);
     m_outstanding = false;
     return true;
 }
@@ -80,22 +80,22 @@ void StallWatch::run()
 {
     while (m_running) {
         if (!m_outstanding.exchange(true)) {
-            QCoreApplication::postEvent(this, new Ping(m_guiClock.waitedNs()), Qt::HighEventPriority);
+            QCoreApplication::postEvent(this, new Ping(m_threads->now()), Qt::HighEventPriority);
         }
         msleep(pauseMs);
     }
 }
 
-void StallWatch::handled(qint64 sentNs, qint64 waitedBeforeNs)
+void StallWatch::handled(const ThreadGroup::Moment &sent)
 {
-    const qint64 now = monotonicNs();
-    const qint64 waited = m_guiClock.waitedNs() - waitedBeforeNs;
-    const qint64 block = now - sentNs - waited;
+    const ThreadGroup::Moment now = m_threads->now();
+    const qint64 waited = ThreadGroup::withoutProcessor(sent, now);
+    const qint64 block = now.atNs - sent.atNs - waited;
     ++m_pings;
     m_over100 += block > longBlockNs ? 1 : 0;
     if (block > m_longestNs) {
         m_longestNs = block;
         m_longestWaitNs = waited;
-        m_longestAtNs = now;
+        m_longestAtNs = now.atNs;
     }
 }

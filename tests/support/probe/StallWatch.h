@@ -38,9 +38,9 @@ protected:
     void run() override;
 
 private:
-    void handled(qint64 sentNs, qint64 waitedBeforeNs);
+    void handled(const ThreadGroup::Moment &sent);
 
-    ThreadClock m_guiClock;
+    std::unique_ptr<ThreadGroup> m_threads;
     std::atomic<bool> m_running = false;
     std::atomic<bool> m_outstanding = false;
     qint64 m_longestNs = 0;

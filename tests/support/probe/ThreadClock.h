@@ -2,23 +2,67 @@
 
 #include <QtCore/QtGlobal>
 
+#include <memory>
+#include <vector>
+
 /// The monotonic clock in nanoseconds; the same clock as Python's time.monotonic_ns() on this machine.
 qint64 monotonicNs();
 
-/// How long one thread was ready to run but had to wait for a processor, as the kernel accounts it.
-/// Subtracted from a measured block it leaves what the program itself is to blame for, however loaded the
-/// machine is.
+/// What the kernel tells of one thread, in nanoseconds since the thread began; all 0 where it does not tell.
+struct ThreadTimes
+{
+    qint64 ran = 0;
+    /// Ready to run, but without a processor.
+    qint64 waited = 0;
+
+    ThreadTimes operator-(const ThreadTimes &earlier) const
+    {
+        return {ran - earlier.ran, waited - earlier.waited};
+    }
+};
+
+/// Reads the times of one thread of this process; from any thread.
 class ThreadClock
 {
 public:
-    /// Watches the calling thread; any thread may then read it.
-    ThreadClock();
+    explicit ThreadClock(int threadId);
     ~ThreadClock();
     Q_DISABLE_COPY_MOVE(ThreadClock)
 
-    /// Nanoseconds spent waiting for a processor since the thread began; 0 where the kernel does not say.
-    qint64 waitedNs() const;
+    ThreadTimes read() const;
+
+    /// The id of the calling thread.
+    static int current();
 
 private:
     int m_file = -1;
+};
+
+/// The threads that together make up a block: the one that is blocked, and those that draw for it.
+///
+/// On a busy machine a block has a part that is nobody's fault: the thread was ready but had no processor, or
+/// it slept until the render thread or the software rasteriser was done and these had none. That part can be
+/// told apart.
+class ThreadGroup
+{
+public:
+    /// Watches the thread and the process's drawing threads as they are now.
+    explicit ThreadGroup(int threadId);
+
+    struct Moment
+    {
+        qint64 atNs = 0;
+        ThreadTimes own;
+        ThreadTimes render;
+        std::vector<ThreadTimes> rasteriser;
+    };
+    Moment now() const;
+
+    /// How much of the time between two moments went by for want of a processor.
+    static qint64 withoutProcessor(const Moment &from, const Moment &to);
+
+private:
+    ThreadClock m_own;
+    std::unique_ptr<ThreadClock> m_render;
+    std::vector<std::unique_ptr<ThreadClock>> m_rasteriser;
 };

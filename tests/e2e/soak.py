@@ -1,0 +1,268 @@
+#!/usr/bin/env python3
+"""Works the live grid at random while cameras fail, hang and come back, and looks for what piles up or blocks.
+
+    soak.py [--seconds 300] [--seed N]
+
+Wanted: no GUI block above 100 ms; memory within 5 % after the first minute; threads and descriptors back to where they
+were; no sanitizer report. A block is counted without the time in which the GUI thread, or whoever draws for it, was
+ready but had no processor.
+
+Streams that leave the grid stay open for five minutes, so while somebody is signed in there is nothing to compare.
+Signing out ends them all: threads and descriptors are compared signed out, after every camera was shown in both its
+streams once, and after the last random step.
+"""
+
+import argparse
+import os
+import pathlib
+import random
+import re
+import sys
+import time
+
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent / "support"))
+
+from harness import processes
+from harness.desktop import Desktop
+from harness.operator import Operator
+from harness.programs import BUILD, Client, Home, Recorder
+from harness.waiting import PATIENCE, wait_until
+
+CAMERAS = 16
+PRESETS = ["1x1", "2x2", "3x3", "4x4", "5x5", "8x8", "1+5", "1+7", "2+8"]
+LOGIN, PASSWORD = "soak", "Soak-key-7003"
+LONGEST_BLOCK_MS = 100
+MEMORY_TOLERANCE = 0.05
+# Workers of Qt's pools come and go.
+COUNT_TOLERANCE = 2
+
+
+class Soak:
+    def __init__(self, seed):
+        self.random = random.Random(seed)
+        self.home, self.desktop = Home(), Desktop()
+        self.recorder = Recorder(self.home, CAMERAS).start()
+        self.cameras = self.recorder.camera_ids(self.recorder.setup(LOGIN, PASSWORD))
+        self.client = Client(self.home, self.desktop, debug_log=False).start()
+        self.probe = self.client.probe
+        self.ui = Operator(self.client, self.desktop)
+        self.faults = []
+        self.samples = []
+        self.longest = {"longestMs": 0, "waitedMs": 0, "during": ""}
+        self.history = []
+        self.steps = 0
+
+    def stop(self):
+        self.client.kill()
+        self.recorder.stop()
+        self.desktop.stop()
+        self.home.remove()
+
+    # What an operator does
+
+    def slots(self):
+        return list(self.ui.cells().items())
+
+    def occupied(self):
+        return [index for index, (camera, _) in self.slots() if camera]
+
+    def open_cell(self):
+        empty = [index for index, (camera, _) in self.slots() if not camera]
+        if not empty or not self.is_grid():
+            return
+        self.desktop.click(*self.ui.cell(self.random.choice(empty)).centre)
+        self.ui.probe.item(name="cameraSearchField")
+        for _ in range(self.random.randrange(8)):
+            self.desktop.key("Down")
+        self.desktop.key("Return")
+        self.probe.gone(name="cameraSearchField")
+
+    def close_cell(self):
+        occupied = self.occupied()
+        if occupied:
+            self.ui.clear_cell(self.random.choice(occupied))
+
+    def move_cell(self):
+        shown = [index for index, _ in self.slots()]
+        occupied = self.occupied()
+        if occupied and self.is_grid():
+            start, end = self.random.choice(occupied), self.random.choice(shown)
+            self.desktop.drag(self.ui.cell(start).centre, self.ui.cell(end).centre, steps=6)
+
+    def toggle_maximised(self):
+        occupied = self.occupied()
+        if occupied:
+            self.ui.double_click(self.random.choice(occupied))
+
+    def show_grid(self):
+        if not self.is_grid():
+            self.desktop.key("Escape")
+            wait_until(self.is_grid, 10, "the grid")
+
+    def change_preset(self):
+        self.show_grid()
+        number = self.random.choice([1, 2, 3, 4, 4, 5, 7, 8, 9])
+        self.desktop.key(str(number))
+        wait_until(lambda: self.ui.preset() == PRESETS[number - 1], 10, f"preset {number}")
+
+    def change_page(self):
+        self.ui.open_page("settings")
+        time.sleep(self.random.uniform(0, 1))
+        self.ui.open_page("live")
+
+    def minimise(self):
+        window = self.ui.minimise()
+        time.sleep(self.random.uniform(0, 1.5))
+        self.ui.restore(window)
+
+    def is_grid(self):
+        return self.probe.value("maximizedSlot", type="VideoGrid") == -1
+
+    # What cameras and the server do
+
+    def strike(self):
+        camera, kind = self.random.choice(self.cameras), self.random.choice(["offline", "hang"])
+        self.recorder.fail_camera(camera, kind)
+        self.faults.append(camera)
+
+    def heal(self):
+        if self.faults:
+            self.recorder.fail_camera(self.faults.pop(0), "none")
+
+    def heal_all(self):
+        for camera in self.cameras:
+            self.recorder.fail_camera(camera, "none")
+        self.faults.clear()
+
+    def step(self):
+        actions = {self.open_cell: 5, self.close_cell: 4, self.move_cell: 4, self.toggle_maximised: 4,
+                   self.change_preset: 3, self.change_page: 1, self.minimise: 0.5, self.strike: 2, self.heal: 2,
+                   self.recorder.cut_events: 0.3}
+        action = self.random.choices(list(actions), list(actions.values()))[0]
+        self.history.append(action.__name__)
+        action()
+        self.watch_stalls()
+        self.steps += 1
+        time.sleep(self.random.uniform(0, 0.4))
+
+    # What is watched
+
+    def show_all_cameras(self):
+        """Sixteen healthy cameras in a 4x4 grid, each of which was also shown alone."""
+        self.ui.sign_in(self.recorder.url, LOGIN, PASSWORD)
+        self.probe.ask("invoke", selector={"type": "VideoGrid"}, call="restore", args=[{"4x4": self.cameras}, "4x4"])
+        self.ui.wait_playing(*range(CAMERAS), timeout=60)
+        for index in range(CAMERAS):
+            self.ui.maximise(index)
+            view = {"type": "CameraStreamView", "where": {"cameraId": self.cameras[index]}}
+            wait_until(lambda: [player for player in self.probe.items(["source"], type="MpvObject", within=view)
+                                if player.values["source"].endswith("/main")], 20, "the main stream in front")
+            self.ui.restore_grid(index)
+
+    def sign_out(self):
+        """Signs out and returns what the client needs then; what was ended may take some seconds to go."""
+        self.heal_all()
+        self.show_grid()
+        self.ui.sign_out()
+        seen = []
+        for _ in range(12):
+            seen.append(self.resources())
+            time.sleep(1)
+        return {what: min(each[what] for each in seen) for what in seen[0]}
+
+    def resources(self):
+        pid = self.client.pid
+        return {"memory": processes.memory_mb(pid), "threads": processes.thread_count(pid),
+                "descriptors": processes.descriptor_count(pid)}
+
+    def watch_stalls(self):
+        stall = self.probe.ask("readStalls")
+        if stall["longestMs"] > self.longest["longestMs"]:
+            self.longest = {"longestMs": stall["longestMs"], "waitedMs": stall["waitedMs"],
+                            "during": " ".join(self.history[-2:])}
+
+    def sample(self, since):
+        now = self.resources()
+        self.samples.append((time.monotonic() - since, now["memory"]))
+        print(f"{self.samples[-1][0]:6.0f} s  {self.steps:5} steps  {now['memory']:6.0f} MB  {now['threads']:4} threads  "
+              f"{now['descriptors']:4} descriptors  longest block so far {self.longest['longestMs']:4.0f} ms", flush=True)
+
+    def run(self, seconds):
+        begin = next_sample = time.monotonic()
+        self.probe.ask("startStalls")
+        while time.monotonic() - begin < seconds:
+            self.step()
+            if time.monotonic() >= next_sample:
+                self.sample(begin)
+                next_sample += 10
+        self.sample(begin)
+        self.probe.ask("stopStalls")
+
+    def memory_growth(self):
+        """Growth from the second minute to the last one, as a share; None for a short run."""
+        if self.samples[-1][0] < 150:
+            return None
+        end = self.samples[-1][0]
+        def mean(low, high):
+            values = [memory for at, memory in self.samples if low <= at <= high]
+            return sum(values) / len(values)
+        return mean(end - 60, end) / mean(60, 120) - 1
+
+
+def judge(soak, before, after, sanitized):
+    faults = []
+    if soak.longest["longestMs"] > LONGEST_BLOCK_MS * PATIENCE:
+        faults.append(f"the GUI thread was blocked for {soak.longest['longestMs']:.0f} ms "
+                      f"during {soak.longest['during']}")
+    for what in ("threads", "descriptors"):
+        if after[what] > before[what] + COUNT_TOLERANCE:
+            faults.append(f"signed out there were {before[what]} {what} before and {after[what]} after")
+    growth = soak.memory_growth()
+    if not sanitized and growth is not None and growth > MEMORY_TOLERANCE:
+        faults.append(f"memory grew by {growth:.1%} after the first minute")
+    if report := soak.client.sanitizer_report():
+        faults.append(report)
+    return faults
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
+    parser.add_argument("--seconds", type=float, default=300)
+    parser.add_argument("--seed", type=int, default=int(time.time()))
+    options = parser.parse_args()
+    print(f"seed {options.seed}", flush=True)
+    soak = Soak(options.seed)
+    sanitized = b"__asan_init" in (BUILD / "src/app/zorvel-client").read_bytes()
+    try:
+        soak.show_all_cameras()
+        before = soak.sign_out()
+        print(f"signed out {before}", flush=True)
+        soak.show_all_cameras()
+        soak.run(options.seconds)
+        after = soak.sign_out()
+        print(f"signed out {after}", flush=True)
+        status = soak.client.quit()
+        faults = judge(soak, before, after, sanitized)
+        if status != 0:
+            faults.append(f"the client ended with {status}: {soak.client.log()[-3000:]}")
+    except BaseException:
+        folder = BUILD / "e2e-failures/soak"
+        folder.mkdir(parents=True, exist_ok=True)
+        soak.desktop.screenshot(folder / "screen.png")
+        (folder / "client.log").write_text(soak.client.log())
+        print(f"kept in {folder}; seed {options.seed}; last steps {soak.history[-12:]}", flush=True)
+        raise
+    finally:
+        soak.stop()
+    growth = soak.memory_growth()
+    print(f"{soak.steps} steps; longest block {soak.longest['longestMs']:.0f} ms (and {soak.longest['waitedMs']:.0f} ms "
+          f"without a processor) during {soak.longest['during']}; memory "
+          + ("" if growth is None else f"{growth:+.1%} after the first minute, ")
+          + f"{after['memory'] - before['memory']:+.0f} MB signed out")
+    for fault in faults:
+        print(f"FAULT: {fault}")
+    sys.exit(1 if faults else 0)
+
+
+if __name__ == "__main__":
+    main()
