@@ -1,0 +1,226 @@
+#!/usr/bin/env python3
+"""Measures the live grid beside ffmpeg and mpv over the same streams, on this machine and in this run.
+
+    live.py [--only cpu,first-frame,blocks,start,list] [--counts 1,4,16,64]
+
+The build directory, one with optimisation, is named by ZORVEL_BUILD_DIR.
+"""
+
+import argparse
+import os
+import pathlib
+import subprocess
+import sys
+import time
+
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent / "tests/support"))
+
+from baselines import Decoders, IdlePlayer, Players
+from figures import Report, median
+from harness import processes
+from harness.desktop import Desktop
+from harness.programs import BUILD, Client, Home, Recorder
+from harness.waiting import wait_until
+from livegrid import LOGIN, PASSWORD, PRESET_FOR, LiveGrid
+
+
+def arguments():
+    parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
+    parser.add_argument("--only", default=",".join(PARTS), help="the parts to measure, of " + ", ".join(PARTS))
+    parser.add_argument("--counts", default="1,4,16,64", help="how many streams the processor figures are taken with")
+    parser.add_argument("--seconds", type=float, default=6, help="how long each processor figure is averaged over")
+    return parser.parse_args()
+
+
+class Bench:
+    """What every part needs: the display, the recorder with sixty-four cameras, and where to print."""
+
+    window_size = (1472, 1080)
+
+    def __init__(self, options):
+        self.options, self.report = options, Report()
+        self.home = Home()
+        self.desktop = Desktop()
+        self.recorder = Recorder(self.home, cameras=64).start()
+        self.token = self.recorder.setup(LOGIN, PASSWORD)
+        cameras = self.recorder.call("GET", "/client-api/cameras", token=self.token)[1]
+        self.cameras = [camera["id"] for camera in cameras]
+        self.with_sub = [camera["id"] for camera in cameras if camera["has_sub_stream"]]
+
+    def urls(self, cameras, role="sub"):
+        return [self.recorder.call("GET", f"/client-api/cameras/{camera}/stream-url?role={role}",
+                                   token=self.token)[1]["url"] for camera in cameras]
+
+    def grid(self):
+        return LiveGrid(self.desktop, self.recorder, self.window_size)
+
+    def stop(self):
+        self.recorder.stop()
+        self.desktop.stop()
+        self.home.remove()
+
+
+def measure_cpu(bench):
+    counts = [int(count) for count in bench.options.counts.split(",")]
+    seconds = bench.options.seconds
+    bench.report.section("Processor and memory for sub streams (640x360), processor seconds per second, per stream")
+    ratio_wanted = {16: (4, 1.2), 64: (2.5, None)}
+    memory = {}
+    for count in counts:
+        cameras = bench.with_sub[:count]
+        urls = bench.urls(cameras)
+        grid = bench.grid()
+        grid.arrange(PRESET_FOR[count], cameras)
+        grid.wait_playing(count)
+        time.sleep(3)
+        client = grid.cpu_rate(seconds) / count
+        frames = grid.blocks_while(lambda: None, 3)[1]
+        memory[count] = grid.memory_mb()
+        cell = grid.cell_size()
+        grid.stop()
+
+        decode_wanted, player_wanted = ratio_wanted.get(count, (None, None))
+        decoders = Decoders(urls)
+        time.sleep(3 + count / 16)
+        decoding = processes.cpu_rate(decoders.pids, seconds) / count
+        decoders.stop()
+        bench.report.line(f"{count:2} streams, beside ffmpeg decoding", client, "s/s", decoding,
+                          ratio_at_most=decode_wanted,
+                          note=f"({frames['frames'] / frames['seconds']:.0f} redraws a second)")
+
+        for options in ([], ["--gpu-sw=yes", "--vo=gpu"]):
+            if options and count > 16:
+                continue
+            players = Players(bench.desktop, urls, cell, bench.home.path, options)
+            output = players.video_output()
+            time.sleep(3)
+            playing = processes.cpu_rate(players.pids, seconds) / count
+            player_memory = sum(processes.memory_mb(pid) for pid in players.pids) / count
+            players.stop()
+            bench.report.line(f"{count:2} streams, beside mpv ({' '.join(options) or 'default, vo ' + output})", client,
+                              "s/s", playing, ratio_at_most=player_wanted)
+        bench.report.line(f"{count:2} streams, memory per stream", memory[count] / count, "MB", player_memory)
+    if len(memory) > 1:
+        few, many = min(memory), max(memory)
+        bench.report.line(f"each further player ({few} to {many})", (memory[many] - memory[few]) / (many - few), "MB",
+                          at_most=25)
+
+
+def measure_first_frame(bench):
+    bench.report.section("Opening a cell to its first frame, median of 7")
+    cameras = bench.with_sub[16:23]
+    urls = bench.urls(cameras)
+    grid = bench.grid()
+    grid.arrange("3x3", [""] * 9)
+    grid.probe.ask("watchSignals", type="CameraStreamView", signal="displayStateChanged",
+                   get=["displayState", "cameraId"])
+    taken = []
+    for slot, camera in enumerate(cameras):
+        begin = time.monotonic_ns()
+        grid.assign(slot, camera)
+        grid.wait_playing(slot + 1)
+        playing = [note["atNs"] for note in grid.probe.ask("takeSignals")
+                   if note["values"] == {"displayState": "playing", "cameraId": camera}]
+        taken.append((playing[0] - begin) / 1e6)
+    cell = grid.cell_size()
+    grid.stop()
+    for name, options, wanted in (("default options", [], None), ("profile low-latency", ["--profile=low-latency"], 1.1)):
+        player = IdlePlayer(bench.desktop, cell, bench.home.path, options)
+        baseline = median([player.first_frame_seconds(url) * 1000 for url in urls])
+        player.stop()
+        bench.report.line(f"beside mpv, {name}", median(taken), "ms", baseline, ratio_at_most=wanted)
+
+
+def measure_blocks(bench):
+    bench.report.section("Longest block of a thread, less what it waited for a processor")
+
+    def show(what, blocks, at_most):
+        stall, frames = blocks
+        bench.report.line(f"GUI thread, {what}", stall["longestMs"], "ms", at_most=at_most,
+                          note=f"({stall['waitedMs']:.0f} ms more without a processor)")
+        bench.report.line(f"render thread, {what}", frames["frameMs"], "ms", at_most=100,
+                          note=f"(synchronising {frames['syncMs']:.0f} ms, rendering {frames['renderMs']:.0f} ms)")
+
+    grid = bench.grid()
+    cameras = bench.cameras[:64]
+
+    def open_all():
+        grid.arrange("8x8", cameras)
+        grid.wait_playing(64, 90)
+    show("an 8x8 grid opens", grid.blocks_while(open_all, 2), 100)
+
+    def switch_presets():
+        for key in "458465":
+            grid.desktop.key(key)
+            time.sleep(1)
+    show("presets switch with 64 cells", grid.blocks_while(switch_presets, 1), 100)
+    show("one switch of preset", grid.blocks_while(lambda: grid.desktop.key("4"), 1), 33)
+    grid.desktop.key("6")
+    time.sleep(2)
+
+    window = grid.client.window()["id"]
+    show("64 cells stop (window minimised)", grid.blocks_while(grid.ui.minimise, 3), 100)
+
+    def start_again():
+        grid.ui.restore(window)
+        grid.wait_playing(64, 90)
+    show("64 cells start again", grid.blocks_while(start_again, 1), 100)
+    show("64 playing cells are closed (signing out)", grid.blocks_while(grid.ui.sign_out, 3), 100)
+
+    grid.ui.sign_in(bench.recorder.url, LOGIN, PASSWORD)
+    grid.arrange("8x8", cameras)
+    grid.wait_playing(64, 90)
+    begin = time.monotonic()
+    status = grid.client.quit()
+    bench.report.line("closing the window of 64 playing cells to the end", (time.monotonic() - begin) * 1000, "ms")
+    if status != 0:
+        bench.report.remark(f"the client ended with {status}")
+    grid.stop()
+
+
+def measure_start(bench):
+    bench.report.section("From starting the program to its first frame, median of 5; baseline: a bare Qt Quick window")
+
+    def first_frame_ms(program, shown):
+        home = Home()
+        begin = time.monotonic_ns()
+        client = Client(home, bench.desktop, debug_log=False, program=program).start()
+        client.probe.item(**shown)
+        frames = wait_until(lambda: [each for each in client.probe.ask("readFrames") if each["frames"]], 20, "a frame")
+        client.kill()
+        home.remove()
+        return (frames[0]["firstAtNs"] - begin) / 1e6
+
+    bare = [first_frame_ms("bench/zorvel-bench-bare", {"type": "TextField"}) for _ in range(5)]
+    client = [first_frame_ms("src/app/zorvel-client", {"name": "serverField"}) for _ in range(5)]
+    bench.report.line("the login page", median(client), "ms", median(bare))
+
+
+def measure_list(bench):
+    bench.report.section("Ten thousand cameras, processor time; baseline: the same in Qt's own models")
+    done = subprocess.run([BUILD / "bench/zorvel-bench-models"], text=True, stdout=subprocess.PIPE,
+                          env=dict(os.environ, QT_QPA_PLATFORM="offscreen"))
+    print(done.stdout, end="", flush=True)
+    bench.report.missed += done.stdout.count("MISSED")
+    if done.returncode not in (0, 1):
+        bench.report.remark(f"the benchmark ended with {done.returncode}")
+
+
+PARTS = {"cpu": measure_cpu, "first-frame": measure_first_frame, "blocks": measure_blocks, "start": measure_start,
+         "list": measure_list}
+
+
+def main():
+    options = arguments()
+    print(f"{os.cpu_count()} processors, {processes.busy_processors():.1f} of them busy with other things before the start")
+    bench = Bench(options)
+    try:
+        for name in options.only.split(","):
+            PARTS[name](bench)
+    finally:
+        bench.stop()
+    print(f"\n{bench.report.missed} missed" if bench.report.missed else "\nall as wanted")
+
+
+if __name__ == "__main__":
+    main()
