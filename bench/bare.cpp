@@ -1,5 +1,5 @@
-// The least that Qt Quick does: a window with one field. What the client takes longer to show itself than this
-// is its own.
+// The least that Qt Quick does: a window with one field. What the client takes longer to show itself than
+// this is its own.
 #include <QtGui/QGuiApplication>
 #include <QtQml/QQmlApplicationEngine>
 #include <QtQuick/QQuickWindow>

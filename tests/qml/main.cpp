@@ -112,7 +112,8 @@ public slots:
         context->setContextProperty(QStringLiteral("cameraFeed"), new CameraFeed(cameras, engine));
         auto *archive = new ArchiveFeed(engine);
         context->setContextProperty(QStringLiteral("archiveFeed"), archive);
-        context->setContextProperty(QStringLiteral("timelineModel"), new TimelineModel(archive->client(), engine));
+        context->setContextProperty(
+            QStringLiteral("timelineModel"), new TimelineModel(archive->client(), engine));
         context->setContextProperty(QStringLiteral("exportModel"), new StandInExportModel(engine));
         context->setContextProperty(QStringLiteral("formatUtils"), new FormatUtils(engine));
         context->setContextProperty(QStringLiteral("inspector"), new Inspector(engine));
