@@ -220,11 +220,24 @@ void MpvHandle::wakeup(void *self)
 void MpvHandle::frameArrived(void *self)
 {
     auto *mpv = static_cast<MpvHandle *>(self);
-    mpv->lastFrameMs = monotonicMs();
-    ++mpv->framesDelivered;
+    {
+        const std::lock_guard lock(mpv->mutex);
+        if (mpv->m_countsFrames) {
+            mpv->lastFrameMs = monotonicMs();
+            ++mpv->framesDelivered;
+        }
+    }
     mpv->frameWaiting = true;
     if (!mpv->updatePosted.exchange(true))
         mpv->post(&MpvObject::doUpdate);
+}
+
+void MpvHandle::countFrames(bool count)
+{
+    const std::lock_guard lock(mutex);
+    m_countsFrames = count;
+    framesDelivered = 0;
+    lastFrameMs = -1;
 }
 
 void MpvHandle::noteFrameTaken()

@@ -68,6 +68,9 @@ public:
 
     // A new frame waits to be rendered; installed as the render context's update callback.
     static void frameArrived(void *self);
+    // Starts counting frames from none: those of the file that was just opened; or stops, so that late frames
+    // of a file that is being replaced do not count.
+    void countFrames(bool count);
     // The waiting frame is about to be drawn or skipped.
     void noteFrameTaken();
 
@@ -88,7 +91,8 @@ public:
 
     // A frame was announced and neither drawn nor skipped yet.
     std::atomic_bool frameWaiting = false;
-    // Frames announced, and when the last one was, in ms of the monotonic clock.
+    // Frames of the open file announced, and when the last one was, in ms of the monotonic clock, -1 for
+    // none.
     std::atomic<quint64> framesDelivered = 0;
     std::atomic<qint64> lastFrameMs = -1;
     // When a frame was last drawn or skipped.
@@ -111,6 +115,7 @@ private:
     void makePlayer(bool stretch);
 
     bool m_requested = false;
+    bool m_countsFrames = false;
     bool m_polling = false;
 };
 

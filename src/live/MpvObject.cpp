@@ -318,8 +318,7 @@ void MpvObject::forgetLoad()
     m_mpv->awaitingFirstFrame = false;
     m_mpv->firstFramePending = false;
     m_mpv->firstFrameOverdue = false;
-    m_mpv->framesDelivered = 0;
-    m_mpv->lastFrameMs = -1;
+    m_mpv->countFrames(false);
 }
 
 bool MpvObject::isActive() const

@@ -169,6 +169,7 @@ void MpvObject::handleFileLoaded()
         return;
     m_state = QStringLiteral("playing");
     m_mpv->awaitingFirstFrame = true;
+    m_mpv->countFrames(true);
     emit stateChanged();
     if (m_pendingSeek > shortestSeekSec) {
         seekPlayer(m_pendingSeek);
