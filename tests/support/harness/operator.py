@@ -108,6 +108,8 @@ class Operator:
     def choose_camera(self, index, camera):
         """Puts a camera into an empty cell with the mouse."""
         self.desktop.click(*self.cell(index).centre)
+        # A click right after the one that opened the list would count as the second of a double click.
+        wait_until(lambda: self.probe.value("mouseEnabled", type="CameraSearchList"), 5, "the list of cameras")
         self.click(name=f"cameraRow_{camera}")
         wait_until(lambda: self.cells().get(index, [""])[0] == camera, 5, f"{camera} in cell {index}")
 
