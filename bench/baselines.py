@@ -58,6 +58,13 @@ class Players:
                    "every mpv to show its stream")
         return pattern.search(self.logs[0].read_text(errors="replace")).group(1)
 
+    def memory_mb(self):
+        """Memory per player; fails with what a player said when one has ended."""
+        for process, log in zip(self.processes, self.logs):
+            if process.poll() is not None:
+                raise RuntimeError(f"mpv ended with {process.returncode}: {log.read_text(errors='replace')[-600:]}")
+        return sum(processes.memory_mb(pid) for pid in self.pids) / len(self.pids)
+
     def stop(self):
         for each in self.processes:
             each.kill()

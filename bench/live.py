@@ -95,7 +95,7 @@ def measure_cpu(bench):
             output = players.video_output()
             time.sleep(3)
             playing = processes.cpu_rate(players.pids, seconds) / count
-            player_memory = sum(processes.memory_mb(pid) for pid in players.pids) / count
+            player_memory = players.memory_mb()
             players.stop()
             bench.report.line(f"{count:2} streams, beside mpv ({' '.join(options) or 'default, vo ' + output})", client,
                               "s/s", playing, ratio_at_most=player_wanted)
