@@ -9,6 +9,7 @@ source scripts/common.sh
 seconds= picture=
 if [ "${1:-}" = --headless ] && [ $# -eq 3 ]; then
     seconds=$2
+    [[ $seconds =~ ^[0-9]+([.][0-9]+)?$ ]] || { echo "SECONDS must be a number, not \"$seconds\"." >&2; exit 2; }
     picture=$(realpath -m "$3")
 elif [ $# -ne 0 ]; then
     sed -n '2,4s/^# \{0,1\}//p' "$0" >&2

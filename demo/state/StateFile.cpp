@@ -9,7 +9,9 @@ namespace demo {
 StateFile::StateFile(const QString &folder, QObject *parent)
     : QObject(parent)
     , m_path(QDir(folder).filePath("recorder.json"))
+    , m_lock(QDir(folder).filePath("recorder.lock"))
 {
+    m_lock.setStaleLockTime(0);
     m_saveTimer.setSingleShot(true);
     connect(&m_saveTimer, &QTimer::timeout, this, &StateFile::save);
 }
@@ -25,6 +27,12 @@ bool StateFile::load(QString *error)
     const QString folder = QFileInfo(m_path).path();
     if (!QDir().mkpath(folder)) {
         *error = tr("The data folder %1 cannot be created").arg(folder);
+        return false;
+    }
+    if (!m_lock.tryLock(0)) {
+        *error = m_lock.error() == QLockFile::LockFailedError
+            ? tr("Another recorder works in the data folder %1").arg(folder)
+            : tr("The data folder %1 cannot be written to").arg(folder);
         return false;
     }
     QFile file(m_path);

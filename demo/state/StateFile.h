@@ -1,13 +1,15 @@
 #pragma once
 
 #include <QJsonObject>
+#include <QLockFile>
 #include <QObject>
 #include <QTimer>
 
 namespace demo {
 
 /**
- * The recorder's memory: one JSON document in the data folder, replaced atomically.
+ * The recorder's memory: one JSON document in the data folder, replaced atomically. The folder is this
+ * recorder's alone from load() on.
  *
  * Every owner of a section sets it whole; changes are written together at the next turn of the event loop.
  */
@@ -20,8 +22,9 @@ public:
     explicit StateFile(const QString &folder, QObject *parent = nullptr);
     ~StateFile() override;
 
-    /// Reads the document; a missing file is an empty state. On an unreadable or damaged file returns false
-    /// with a message for the person at the terminal, and leaves the file alone.
+    /// Reads the document; a missing file is an empty state. On an unreadable or damaged file, or when
+    /// another recorder works in the folder, returns false with a message for the person at the terminal, and
+    /// leaves the file alone.
     bool load(QString *error);
 
     QJsonValue section(const QString &name) const { return m_root.value(name); }
@@ -31,6 +34,7 @@ private:
     void save();
 
     QString m_path;
+    QLockFile m_lock;
     QJsonObject m_root;
     QTimer m_saveTimer;
 };

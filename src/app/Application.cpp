@@ -5,6 +5,7 @@
 #include <QQmlContext>
 
 #include <clocale>
+#include <utility>
 
 namespace {
 
@@ -54,6 +55,8 @@ void Application::wire()
     connect(&m_apiClient, &ApiClient::sessionExpired, this, [] { clearCrashUser(); });
     connect(&m_apiClient, &ApiClient::sessionExpired, &m_statusPollTimer, &QTimer::stop);
     connect(&m_apiClient, &ApiClient::authChanged, this, &Application::endSession);
+    connect(&m_apiClient, &ApiClient::signedOut, &m_wsClient, &WSClient::disconnect);
+    connect(&m_wsClient, &WSClient::connectionChanged, this, &Application::catchUpAfterLoss);
 }
 
 void Application::publish()
@@ -74,6 +77,7 @@ void Application::startSession()
     m_apiClient.fetchFloorPlans();
     m_apiClient.fetchOpenIncidents();
     m_wsClient.connectTo(WSClient::eventChannelUrl(m_apiClient.serverUrl()), m_apiClient.accessToken());
+    m_channelWasLost = false;
     m_statusPollTimer.start();
 }
 
@@ -84,4 +88,12 @@ void Application::endSession()
     m_statusPollTimer.stop();
     m_cameraRefetchTimer.stop();
     m_cameraModel.setCameras({});
+}
+
+void Application::catchUpAfterLoss()
+{
+    if (!m_wsClient.isConnected())
+        m_channelWasLost = true;
+    else if (std::exchange(m_channelWasLost, false) && m_apiClient.isAuthenticated())
+        m_cameraRefetchTimer.start();
 }

@@ -39,6 +39,8 @@ private:
     void startSession();
     // However it ended: nothing is fetched, and nobody sees this user's cameras, until the next sign-in.
     void endSession();
+    // What changed while the event channel was lost was not pushed.
+    void catchUpAfterLoss();
 
     ApiClient m_apiClient;
     WSClient m_wsClient;
@@ -48,5 +50,6 @@ private:
     FormatUtils m_formatUtils;
     QTimer m_statusPollTimer{this};
     QTimer m_cameraRefetchTimer{this};
+    bool m_channelWasLost = false;
     QQmlApplicationEngine m_engine;
 };

@@ -95,6 +95,7 @@ void ApiClient::doLogout()
 
     endSession();
     emit authChanged();
+    emit signedOut();
 }
 
 bool ApiClient::hasPermission(const QString &permission) const

@@ -131,6 +131,8 @@ signals:
     void sessionExpired();
     void errorChanged();
     void loadingChanged();
+    /// doLogout() ended the session.
+    void signedOut();
 
     void camerasReceived(const QList<CameraData> &cameras);
     void cameraStatusReceived(const QList<CameraStatusData> &statuses);

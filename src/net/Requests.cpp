@@ -52,6 +52,9 @@ bool Requests::hasFailed(const QNetworkReply &reply)
 
 QString Requests::networkErrorText(const QNetworkReply &reply)
 {
+    if (reply.error() == QNetworkReply::OperationCanceledError) {
+        return QStringLiteral("The server did not finish its answer");
+    }
     return redactUrl(reply.errorString());
 }
 

@@ -41,7 +41,7 @@ bool hasFailed(const QNetworkReply &reply);
 
 // Why a reply failed. None of the texts shows the user name or password that an address may carry.
 
-/// In the network layer's words.
+/// In the network layer's words, except for an answer that was given up waiting for, or grew too long.
 QString networkErrorText(const QNetworkReply &reply);
 
 /// In the server's words: the "error" text of its JSON body, else the network layer's

@@ -116,8 +116,13 @@ class Recovery(EndToEndTest):
         ui, camera = self.watch(1)
         wait_until(lambda: ui.probe.context("wsClient", "connected"), 10, "the event channel")
         accepted = self.recorder.events()["accepted"]
+        self.recorder.call("POST", "/demo/events/refuse", {"status": 503})
         self.recorder.cut_events()
+        wait_until(lambda: not ui.probe.context("wsClient", "connected"), 10, "the event channel to be lost")
+        self.recorder.call("PATCH", f"/demo/cameras/{camera}", {"name": "Renamed unseen"})
+        self.recorder.call("POST", "/demo/events/refuse", {"status": 0})
         wait_until(lambda: self.recorder.events()["accepted"] == accepted + 1, 10, "the event channel again")
+        wait_until(lambda: ui.cell(0, "cameraName").values["cameraName"] == "Renamed unseen", 5, "what was missed")
         self.recorder.call("PATCH", f"/demo/cameras/{camera}", {"name": "Renamed gate"})
         wait_until(lambda: ui.cell(0, "cameraName").values["cameraName"] == "Renamed gate", 5, "the new name")
         added = self.recorder.call("POST", "/demo/cameras", {"name": "New gate"})[1]["id"]

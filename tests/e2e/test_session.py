@@ -96,6 +96,7 @@ class Session(EndToEndTest):
                 ui.sign_out()
                 self.assertEqual(ui.current_page(), "login")
                 self.assertEqual(ui.probe.value("text", name="serverField"), self.wiretap.url)
+                wait_until(lambda: self.recorder.events()["connected"] == 0, 5, "the event channel to be closed")
                 ui.click(name="continueButton")
                 ui.enter_account(*ADMIN)
                 ui.probe.item(name="liveView")
