@@ -54,6 +54,21 @@ gboolean cleanUpSessions(gpointer server)
     return G_SOURCE_CONTINUE;
 }
 
+gboolean quitLoop(gpointer loop)
+{
+    g_main_loop_quit(static_cast<GMainLoop *>(loop));
+    return G_SOURCE_REMOVE;
+}
+
+/// Ends a loop from its own thread: called before that thread has come to run it, g_main_loop_quit() is lost.
+void quitFromWithin(GMainLoop *loop)
+{
+    GSource *quitter = g_idle_source_new();
+    g_source_set_callback(quitter, quitLoop, loop, nullptr);
+    g_source_attach(quitter, g_main_loop_get_context(loop));
+    g_source_unref(quitter);
+}
+
 } // namespace
 
 class RtspService::Private
@@ -111,9 +126,10 @@ RtspService::~RtspService()
     for (const QString &id : cameraIds)
         removeCamera(id);
     cutAll();
-    g_main_loop_quit(m_private->loop);
-    if (m_private->thread.joinable())
+    if (m_private->thread.joinable()) {
+        quitFromWithin(m_private->loop);
         m_private->thread.join();
+    }
     m_private->clients.reset();
     g_object_unref(m_private->mounts);
     g_object_unref(m_private->server);
