@@ -351,7 +351,8 @@ void MpvObject::showFirstFrame()
     m_mpv->read("container-fps", MPV_FORMAT_DOUBLE, MpvHandle::FrameRate);
     m_hasVideo = true;
     emit hasVideoChanged();
-    emit firstFrameRendered();
+    if (m_hasVideo)
+        emit firstFrameRendered();
 }
 
 void MpvObject::countUpdate()

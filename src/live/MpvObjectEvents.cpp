@@ -171,7 +171,7 @@ void MpvObject::handleFileLoaded()
     m_mpv->awaitingFirstFrame = true;
     m_mpv->countFrames(true);
     emit stateChanged();
-    if (m_pendingSeek > shortestSeekSec) {
+    if (m_state == QLatin1String("playing") && m_pendingSeek > shortestSeekSec) {
         seekPlayer(m_pendingSeek);
         m_pendingSeek = -1.0;
     }
@@ -192,16 +192,17 @@ void MpvObject::handlePlaybackRestart()
 
 void MpvObject::handleEndFile(const mpv_event &event)
 {
-    const auto *end = static_cast<const mpv_event_end_file *>(event.data);
-    if (m_state == QLatin1String("idle") || !isCurrent(end->playlist_entry_id))
+    const auto end = *static_cast<const mpv_event_end_file *>(event.data);
+    if (m_state == QLatin1String("idle") || !isCurrent(end.playlist_entry_id))
         return;
-    if (end->reason == MPV_END_FILE_REASON_REDIRECT) {
-        m_entry = end->playlist_insert_id;
+    if (end.reason == MPV_END_FILE_REASON_REDIRECT) {
+        m_entry = end.playlist_insert_id;
         return;
     }
-    const bool failed = end->reason == MPV_END_FILE_REASON_ERROR;
+    const bool failed = end.reason == MPV_END_FILE_REASON_ERROR;
     m_state = failed ? QStringLiteral("error") : QStringLiteral("idle");
     emit stateChanged();
-    if (end->reason == MPV_END_FILE_REASON_EOF)
+    // Whoever heard of it may have loaded something else.
+    if (end.reason == MPV_END_FILE_REASON_EOF && isCurrent(end.playlist_entry_id))
         emit fileEnded();
 }

@@ -111,6 +111,7 @@ private slots:
     void failures_data();
     void failures();
     void newerLoadSilencesTheOlder();
+    void handlersMayLoadAnother();
     void seeksWhenTheFileIsOpen_data();
     void seeksWhenTheFileIsOpen();
     void settingsMadeBeforehandCount();
@@ -244,6 +245,28 @@ void MpvObjectTest::newerLoadSilencesTheOlder()
     QTest::qWait(500);
     QCOMPARE(m_player->state(), "playing");
     QCOMPARE(diary.count("error") + diary.count("idle") + diary.count("ended"), 0);
+}
+
+void MpvObjectTest::handlersMayLoadAnother()
+{
+    const Diary diary(m_player.get());
+    const QString base = m_recorder->url();
+    connect(m_player.get(), &MpvObject::hasVideoChanged, this, [this, base] {
+        if (m_player->hasVideo() && m_player->source() == base + "/1.mp4")
+            m_player->setSource(base + "/2.mp4");
+    });
+    connect(m_player.get(), &MpvObject::stateChanged, this, [this, base] {
+        if (m_player->state() == "playing" && m_player->source() == base + "/2.mp4")
+            m_player->setSourceAndSeek(base + "/3.mp4", 58);
+        else if (m_player->state() == "idle")
+            m_player->setSource(base + "/4.mp4");
+    });
+    m_player->setSource(base + "/1.mp4");
+    QTRY_COMPARE_WITH_TIMEOUT(diary.count("first frame"), 2, 2 * patienceMs);
+    // Nothing is told of a file after another took its place, and the seek is for the third one.
+    QCOMPARE(diary.text(),
+        "loading, playing, video, loading, no video, playing, loading, playing, video, first frame, idle, "
+        "loading, no video, playing, video, first frame");
 }
 
 void MpvObjectTest::seeksWhenTheFileIsOpen_data()
