@@ -56,6 +56,7 @@ void StallWatch::halt()
     wait();
     QCoreApplication::removePostedEvents(this, Ping::kind());
     m_outstanding = false;
+    m_threads.reset();
 }
 
 QJsonObject StallWatch::report() const

@@ -24,7 +24,7 @@ public:
     /// Forgets what was seen and starts watching if it does not yet.
     void restart();
 
-    /// Ends the posting, which costs a little processor time.
+    /// Ends the posting, which costs a little processor time, and closes the files it reads.
     void halt();
 
     /// {"longestMs", "waitedMs", "atNs", "pings", "over100"}: the longest block less its waiting for a
