@@ -212,13 +212,13 @@ private slots:
         m_server->on(logout, {.status = 500});
         m_client->doLogout();
         m_client->doLogout();
-        QCOMPARE(m_signals->lines, QStringList("authChanged"));
+        QCOMPARE(m_signals->lines, QStringList({"authChanged", "signedOut"}));
         QVERIFY(!m_client->isAuthenticated() && !refreshTimer()->isActive());
         QCOMPARE(m_client->accessToken(), "");
         QTRY_COMPARE(m_server->requestsTo(logout).size(), 1);
         QTest::qWait(50);
         QCOMPARE(m_server->requestsTo(logout).size(), 1);
-        QCOMPARE(m_signals->lines, QStringList("authChanged"));
+        QCOMPARE(m_signals->lines, QStringList({"authChanged", "signedOut"}));
         QCOMPARE(m_server->requestsTo(logout)[0].headers["authorization"], "Bearer olga-token");
     }
 
