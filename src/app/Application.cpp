@@ -88,6 +88,8 @@ void Application::endSession()
     m_statusPollTimer.stop();
     m_cameraRefetchTimer.stop();
     m_cameraModel.setCameras({});
+    m_timelineModel.clear();
+    m_exportModel.endSession();
 }
 
 void Application::catchUpAfterLoss()

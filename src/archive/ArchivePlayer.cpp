@@ -131,6 +131,7 @@ void ArchivePlayer::startFrom(const QString &cameraId, qint64 timestampMs)
     m_pendingSeekMs = timestampMs;
     m_emptyResult = false;
     m_lastShowAtMs = timestampMs;
+    m_jumped = false;
     m_fetchFailed.invalidate();
     setCurrentTime(timestampMs);
     m_firstFrameTimer.start();
@@ -184,11 +185,13 @@ void ArchivePlayer::showAt(qint64 timestampMs)
         }
         return;
     }
-    const qint64 drift = std::abs(timestampMs - m_lastShowAtMs);
+    // A jump that could not be followed at once, as a file was loading or the server failing, is not lost.
+    if (std::abs(timestampMs - m_lastShowAtMs) > driftMs)
+        m_jumped = true;
     m_lastShowAtMs = timestampMs;
     m_clock.setClock(timestampMs);
     const bool showing = m_state == ::playing || m_state == paused;
-    if ((showing && drift <= driftMs) || m_state == loading)
+    if ((showing && !m_jumped) || m_state == loading)
         return;
 
     const int index = m_segments.covering(timestampMs);
@@ -197,6 +200,7 @@ void ArchivePlayer::showAt(qint64 timestampMs)
             startFrom(m_cameraId, timestampMs);
         return;
     }
+    m_jumped = false;
     setCurrentTime(timestampMs);
     if (showing && index == m_currentIndex && m_player) {
         m_player->seekTo(secondsBetween(m_segments.at(index).startMs, timestampMs));

@@ -118,6 +118,7 @@ private:
     bool m_emptyResult = false;
     std::vector<std::pair<qint64, qint64>> m_coverage;
     qint64 m_lastShowAtMs = 0;
+    bool m_jumped = false;
     ClockFollower m_clock;
     qint32 m_requestCounter = 0;
     QString m_requestId;

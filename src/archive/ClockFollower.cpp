@@ -14,6 +14,7 @@ constexpr double step = 0.05;
 constexpr qint64 silenceMs = 1000;
 constexpr double lastStretchMs = 2000;
 constexpr double openingMs = 30;
+constexpr double drawingMs = 70;
 
 } // namespace
 
@@ -33,7 +34,8 @@ double ClockFollower::rateFor(qint64 shownMs, qint64 endMs, double rate) const
     if (!m_heard.isValid() || m_heard.hasExpired(silenceMs))
         return rate;
     const bool endsSoon = static_cast<double>(endMs - shownMs) < lastStretchMs * rate;
-    const double aimedMs = (static_cast<double>(m_heard.elapsed()) + (endsSoon ? openingMs : 0)) * rate;
+    const double leadMs = drawingMs + (endsSoon ? openingMs : 0);
+    const double aimedMs = (static_cast<double>(m_heard.elapsed()) + leadMs) * rate;
     return rateWhenBehind(m_clockMs + static_cast<qint64>(aimedMs) - shownMs, rate);
 }
 

@@ -69,6 +69,7 @@ void ExportModel::exportDirect(
     if (m_downloading || !from.isValid() || !to.isValid() || from >= to)
         return;
 
+    dismiss();
     m_path = saveUrl.toLocalFile();
     m_file = std::make_shared<QSaveFile>(m_path);
     if (m_path.isEmpty() || !m_file->open(QIODevice::WriteOnly | QIODevice::Unbuffered)) {
@@ -90,10 +91,8 @@ void ExportModel::exportDirect(
     m_cancelled = false;
     m_writeFailed = false;
     m_bytesTimer.invalidate();
-    setError({});
     setDownloadedBytes(0);
     setProgress(0);
-    setPartial(false);
     setDownloading(true);
     fetchNextWindow();
 }
@@ -108,6 +107,31 @@ void ExportModel::cancel()
         m_reply->abort();
     else if (!m_committing)
         cleanUpCancelled();
+}
+
+void ExportModel::endSession()
+{
+    if (!m_downloading) {
+        dismiss();
+        return;
+    }
+    if (m_committing)
+        return;
+    m_retryTimer.stop();
+    m_stallTimer.stop();
+    if (m_reply) {
+        m_reply->disconnect(this);
+        m_reply->abort();
+        m_reply->deleteLater();
+    }
+    fail(QStringLiteral("The session ended before the export was complete"));
+}
+
+void ExportModel::dismiss()
+{
+    setError({});
+    setSavedPath({});
+    setPartial(false);
 }
 
 void ExportModel::fetchNextWindow()
@@ -246,6 +270,7 @@ void ExportModel::committed(bool saved)
         setPartial(true);
     setProgress(1.0);
     setDownloadedBytes(std::max(m_downloadedBytes, size));
+    setSavedPath(m_path);
     setDownloading(false);
     emit downloadFinished(m_path);
 }
@@ -335,4 +360,12 @@ void ExportModel::setPartial(bool partial)
         return;
     m_partial = partial;
     emit partialChanged();
+}
+
+void ExportModel::setSavedPath(const QString &path)
+{
+    if (m_savedPath == path)
+        return;
+    m_savedPath = path;
+    emit savedPathChanged();
 }

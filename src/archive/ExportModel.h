@@ -32,6 +32,7 @@ class ExportModel : public QObject
     Q_PROPERTY(double progress READ progress NOTIFY progressChanged)
     Q_PROPERTY(bool partial READ partial NOTIFY partialChanged)
     Q_PROPERTY(QString error READ error NOTIFY errorChanged)
+    Q_PROPERTY(QString savedPath READ savedPath NOTIFY savedPathChanged)
 
 public:
     /// The client is borrowed and must outlive the model.
@@ -48,6 +49,10 @@ public:
     /// Why the last export failed; empty while none has.
     QString error() const { return m_error; }
     Q_INVOKABLE void setError(const QString &error);
+    /// Where the last export was saved, until the next one begins or it is dismissed.
+    QString savedPath() const { return m_savedPath; }
+    /// Forgets how the last export ended: its error, its file, what it lacks.
+    Q_INVOKABLE void dismiss();
 
     /// Starts the export of [from, to) into the local file `saveUrl`. Ignored while one runs and for an empty
     /// span; emits downloadFailed() at once when the file cannot be written.
@@ -55,6 +60,8 @@ public:
         const QString &cameraId, const QDateTime &from, const QDateTime &to, const QUrl &saveUrl);
     /// Ends the running export with downloadCancelled() and leaves no file.
     Q_INVOKABLE void cancel();
+    /// Fails the running export because nobody is signed in any more, else dismisses the last one.
+    void endSession();
 
     /// Whether a file is there already that an export to this address would replace.
     Q_INVOKABLE bool wouldReplace(const QUrl &saveUrl) const;
@@ -70,6 +77,7 @@ signals:
     void progressChanged();
     void partialChanged();
     void errorChanged();
+    void savedPathChanged();
     void downloadFinished(const QString &path);
     void downloadFailed(const QString &error);
     void downloadCancelled();
@@ -90,6 +98,7 @@ private:
     void setDownloadedBytes(qint64 bytes);
     void setProgress(double progress);
     void setPartial(bool partial);
+    void setSavedPath(const QString &path);
 
     ApiClient *m_apiClient;
     QString m_cameraId;
@@ -118,4 +127,5 @@ private:
     double m_progress = 0;
     bool m_partial = false;
     QString m_error;
+    QString m_savedPath;
 };

@@ -6,6 +6,8 @@
 
 #include <QSet>
 
+#include <utility>
+
 namespace {
 
 constexpr qint64 firstRangeMs = 21'600'000;
@@ -79,6 +81,19 @@ void TimelineModel::requestPending()
     request(m_pendingFrom - width, m_pendingTo + width);
 }
 
+void TimelineModel::refresh()
+{
+    if (m_cameraId.isEmpty() || m_loading || m_refreshing)
+        return;
+    if (!m_batch) {
+        m_refreshing = true;
+        m_apiClient->fetchRecordingRange(m_cameraId);
+    } else if (m_loadedTo >= m_latest) {
+        const qint64 now = QDateTime::currentMSecsSinceEpoch();
+        request(m_loadedTo > m_loadedFrom ? m_loadedFrom : now - firstRangeMs, std::max(m_loadedTo, now));
+    }
+}
+
 void TimelineModel::clear()
 {
     m_cameraId.clear();
@@ -93,6 +108,7 @@ void TimelineModel::clear()
     m_loadedFrom = m_loadedTo = 0;
     m_requestedFrom = m_requestedTo = 0;
     m_requestId.clear();
+    m_refreshing = false;
     emit cameraIdChanged();
     emit spansChanged();
     emit rangeChanged();
@@ -113,23 +129,33 @@ void TimelineModel::onRecordingRangeReceived(const QString &cameraId, const Reco
 {
     if (cameraId != m_cameraId || m_batch)
         return;
+    const bool refreshed = std::exchange(m_refreshing, false) && m_hasData && m_loadedTo > m_loadedFrom;
+    const qint64 knownLatest = m_latest;
+    setRange(range);
+    if (m_cameraId != cameraId)
+        return;
+    if (!m_hasData) {
+        setLoading(false);
+    } else if (!refreshed) {
+        request(std::max(m_earliest, m_latest - firstRangeMs), m_latest);
+    } else if (m_latest > knownLatest && m_loadedTo >= knownLatest) {
+        request(m_loadedFrom, std::max(m_loadedTo, m_latest));
+    }
+}
+
+void TimelineModel::setRange(const RecordingRangeData &range)
+{
     const qint64 earliest = Instants::fromDateTime(range.earliest);
     const qint64 latest = Instants::fromDateTime(range.latest);
     m_hasData = range.hasData && earliest <= latest;
     m_earliest = m_hasData ? earliest : 0;
     m_latest = m_hasData ? latest : 0;
     qCInfo(lcPlayback).noquote() << QStringLiteral("recording range cam=%1 hasData=%2 earliest=%3 latest=%4")
-                                        .arg(cameraId,
+                                        .arg(m_cameraId,
                                             m_hasData ? QStringLiteral("yes") : QStringLiteral("no"),
                                             m_hasData ? Instants::logText(m_earliest) : QStringLiteral("-"),
                                             m_hasData ? Instants::logText(m_latest) : QStringLiteral("-"));
     emit rangeChanged();
-    if (m_cameraId != cameraId)
-        return;
-    if (m_hasData)
-        request(std::max(m_earliest, m_latest - firstRangeMs), m_latest);
-    else
-        setLoading(false);
 }
 
 void TimelineModel::onRecordingRangeFailed(const QString &cameraId, const QString &error)
@@ -138,6 +164,8 @@ void TimelineModel::onRecordingRangeFailed(const QString &cameraId, const QStrin
         return;
     qCWarning(lcPlayback).noquote()
         << QStringLiteral("recording range failed cam=%1: %2").arg(cameraId, error);
+    if (std::exchange(m_refreshing, false) && m_hasData)
+        return;
     m_earliest = m_latest = 0;
     m_hasData = false;
     emit rangeChanged();

@@ -29,6 +29,8 @@ class TimelineModel : public QObject
     Q_PROPERTY(qint64 earliest READ earliest NOTIFY rangeChanged)
     Q_PROPERTY(qint64 latest READ latest NOTIFY rangeChanged)
     Q_PROPERTY(bool hasData READ hasData NOTIFY rangeChanged)
+    Q_PROPERTY(qint64 loadedFrom READ loadedFrom NOTIFY spansChanged)
+    Q_PROPERTY(qint64 loadedTo READ loadedTo NOTIFY spansChanged)
     Q_PROPERTY(bool loading READ loading NOTIFY loadingChanged)
 
 public:
@@ -44,6 +46,9 @@ public:
     qint64 latest() const { return m_latest; }
     /// Whether there is any recording.
     bool hasData() const { return m_hasData; }
+    /// The range that the spans tell about; outside of it nothing is known.
+    qint64 loadedFrom() const { return m_loadedFrom; }
+    qint64 loadedTo() const { return m_loadedTo; }
     /// Whether a request is outstanding.
     bool loading() const { return m_loading; }
 
@@ -56,6 +61,9 @@ public:
     /// The visible range has become [fromMs, toMs]. When it leaves what is loaded, three times its width is
     /// asked for, 150 ms after the last call.
     Q_INVOKABLE void loadRange(qint64 fromMs, qint64 toMs);
+    /// Asks what the recording has grown by since. What is shown stays until the answer is there; when it
+    /// fails, the next one may do better. Nothing happens while a request is outstanding.
+    Q_INVOKABLE void refresh();
     Q_INVOKABLE void clear();
 
     /// The camera's own spans in batch mode, otherwise none.
@@ -83,6 +91,7 @@ signals:
 private:
     void request(qint64 fromMs, qint64 toMs);
     void requestPending();
+    void setRange(const RecordingRangeData &range);
     void widenRange(const QVariantList &merged);
     void setLoading(bool loading);
     bool isCurrent(const QString &requestId) const;
@@ -97,6 +106,7 @@ private:
     qint64 m_latest = 0;
     bool m_hasData = false;
     bool m_loading = false;
+    bool m_refreshing = false;
     QTimer m_rangeTimer{this};
     qint64 m_pendingFrom = 0;
     qint64 m_pendingTo = 0;

@@ -77,6 +77,8 @@ private slots:
     void seekBeforeTheFileIsOpen();
     void dropsLateAnswers();
     void followsTheClock();
+    void followsAJumpMadeWhileLoading_data();
+    void followsAJumpMadeWhileLoading();
     void knowsWhereNothingWasRecorded();
     void asksOnceWhereNothingIs();
     void pausesResumesAndChangesSpeed();
@@ -438,6 +440,43 @@ void ArchivePlayerTest::followsTheClock()
     QCOMPARE(now(), 30'000);
 }
 
+void ArchivePlayerTest::followsAJumpMadeWhileLoading_data()
+{
+    QTest::addColumn<bool>("serverFails");
+    QTest::newRow("a file is loading") << false;
+    QTest::newRow("the server fails") << true;
+}
+
+void ArchivePlayerTest::followsAJumpMadeWhileLoading()
+{
+    QFETCH(bool, serverFails);
+    m_player->setSynchronized(true);
+    m_recording = {{1, 0, 10'000}, {2, 90'000, 99'000}};
+    if (serverFails) {
+        start(0);
+        m_instead.status = 500;
+        fetchPage();
+        m_player->showAt(base + 91'000);
+        m_instead.status = 200;
+    } else {
+        start(0, false);
+        m_player->showAt(base + 91'000);
+        emit m_item->firstFrameRendered();
+    }
+    QCOMPARE(playedId(), 1);
+    auto ticked = [this, at = base + 91'000]() mutable {
+        m_player->showAt(at += 50);
+        return playedId() == 2;
+    };
+    QTRY_VERIFY(ticked());
+    emit m_item->firstFrameRendered();
+    const qsizetype before = asked();
+    m_player->showAt(base + 95'000);
+    m_player->showAt(base + 96'000);
+    QCOMPARE(m_player->state(), "playing");
+    QCOMPARE(asked(), before);
+}
+
 void ArchivePlayerTest::knowsWhereNothingWasRecorded()
 {
     m_player->setSynchronized(true);
@@ -563,6 +602,7 @@ void ArchivePlayerTest::malformedAnswers_data()
     row("wrong types", R"([1,null,"x",[],{"id":"x","start_time":[],"end_time":{}}])");
     row("reversed", toJson({{1, 10'000, 0}, {2, 5000, -5000}}));
     row("out of order", toJson({{3, 20'000, 30'000}, {1, 0, 10'000}, {2, 10'000, 20'000}}));
+    row("overlapping", toJson({{1, 0, 10'000}, {2, 5000, 15'000}, {3, 5000, 30'000}, {4, 0, 90'000}}));
     row("no length", toJson({{1, 0, 0}, {2, 0, 0}}));
     row("beyond 2^53", toJson({{9'007'199'254'740'995, 0, 10'000}}));
     row("negative", R"([{"id":-5,"start_time":-9e18,"end_time":9e18,"file_size":-1}])");

@@ -70,8 +70,8 @@ private slots:
     void givesUpAfterFiveFailures();
     void givesUpWhenBusyForTooLong();
     void silentServerCountsAsFailed();
-    void cancels_data();
-    void cancels();
+    void stops_data();
+    void stops();
     void cancelledWhileSaving();
     void unwritablePath();
     void fullDisk();
@@ -327,24 +327,32 @@ void ExportModelTest::silentServerCountsAsFailed()
     QVERIFY(readFile(m_path) == content(0));
 }
 
-void ExportModelTest::cancels_data()
+void ExportModelTest::stops_data()
 {
     QTest::addColumn<Answers>("answers");
     QTest::addColumn<QString>("when");
+    QTest::addColumn<bool>("bySigningOut");
     Answer hanging{200, content(0)};
     hanging.hangAfter = 100'000;
     Answer silent;
     silent.held = true;
-    QTest::newRow("before the answer") << Answers{silent} << "asked";
-    QTest::newRow("inside a window") << Answers{hanging} << "data";
-    QTest::newRow("inside a later window") << Answers{{200, content(0)}, hanging} << "data";
-    QTest::newRow("while waiting to retry") << Answers{{500}} << "retry";
+    for (const bool bySigningOut : {false, true}) {
+        const auto row = [bySigningOut](const char *name, const Answers &answers, const char *when) {
+            QTest::addRow("%s, %s", bySigningOut ? "signed out" : "cancelled", name)
+                << answers << when << bySigningOut;
+        };
+        row("before the answer", {silent}, "asked");
+        row("inside a window", {hanging}, "data");
+        row("inside a later window", {{200, content(0)}, hanging}, "data");
+        row("while waiting to retry", {{500}}, "retry");
+    }
 }
 
-void ExportModelTest::cancels()
+void ExportModelTest::stops()
 {
     QFETCH(Answers, answers);
     QFETCH(QString, when);
+    QFETCH(bool, bySigningOut);
     begin(2 * windowMs, answers);
     QTRY_COMPARE(m_server->asked("export/stream").size(), answers.size());
     if (when == "data")
@@ -352,19 +360,29 @@ void ExportModelTest::cancels()
     if (when == "retry")
         QTRY_VERIFY(timer("retryTimer")->isActive());
 
-    m_model->cancel();
-    m_model->cancel();
-    QCOMPARE(m_cancelled->count(), 1);
+    if (bySigningOut) {
+        m_model->endSession();
+        QCOMPARE(m_failed->count(), 1);
+        QCOMPARE(m_model->error(), "The session ended before the export was complete");
+    } else {
+        m_model->cancel();
+        m_model->cancel();
+        QCOMPARE(m_cancelled->count(), 1);
+        QCOMPARE(m_model->downloadedBytes(), 0);
+        QCOMPARE(m_model->progress(), 0.0);
+    }
     QVERIFY(!m_model->downloading());
-    QCOMPARE(m_model->downloadedBytes(), 0);
-    QCOMPARE(m_model->progress(), 0.0);
     QCOMPARE(leftovers(), QStringList());
     QVERIFY(!timer("retryTimer")->isActive());
 
     begin(windowMs, {{200, content(0)}});
+    QCOMPARE(m_model->error(), QString());
     pump();
     QVERIFY(readFile(m_path) == content(0));
-    QCOMPARE(m_failed->count(), 0);
+    QCOMPARE(m_model->savedPath(), m_path);
+    QCOMPARE(m_failed->count() + m_cancelled->count(), 1);
+    m_model->endSession();
+    QCOMPARE(m_model->savedPath(), QString());
 }
 
 void ExportModelTest::cancelledWhileSaving()

@@ -51,6 +51,8 @@ private slots:
     void visibleRangeIsAskedForOnceAndWidely();
     void dropsAnswersToEarlierQuestions();
     void failureKeepsTheSpans();
+    void refreshFollowsTheRecording();
+    void refreshOfSeveralCameras();
     void batchDerivesItsRange();
     void batchIgnoresOtherCameras();
     void malformedAnswers_data();
@@ -250,6 +252,62 @@ void TimelineModelTest::failureKeepsTheSpans()
     QVERIFY(m_model->hasData());
 }
 
+void TimelineModelTest::refreshFollowsTheRecording()
+{
+    const auto growTo = [this](qint64 latestOffset) {
+        m_range = R"({"earliest":")" + iso(-24 * hourMs) + R"(","latest":")" + iso(latestOffset) + R"("})";
+        QSignalSpy answered(m_client.get(), &ApiClient::recordingRangeReceived);
+        m_model->refresh();
+        m_model->refresh();
+        QVERIFY(answered.wait());
+        QTRY_VERIFY(!m_model->loading());
+        QCOMPARE(answered.count(), 1);
+    };
+    m_model->refresh();
+    m_model->loadTimeline("cam");
+    QTRY_COMPARE(m_model->loadedTo(), at(0));
+    growTo(0);
+    QCOMPARE(m_server->asked("cam/timeline").size(), 1);
+    growTo(hourMs);
+    QCOMPARE(m_model->latest(), at(hourMs));
+    QCOMPARE(m_model->loadedFrom(), at(-6 * hourMs));
+    QCOMPARE(m_model->loadedTo(), at(hourMs));
+
+    // Spans of an earlier time do not change.
+    m_model->loadRange(at(-15 * hourMs), at(-14 * hourMs));
+    QTRY_COMPARE(m_model->loadedTo(), at(-13 * hourMs));
+    growTo(2 * hourMs);
+    QCOMPARE(m_model->latest(), at(2 * hourMs));
+    QCOMPARE(m_model->loadedTo(), at(-13 * hourMs));
+
+    m_server->otherwise([](const auto &) { return ScriptedServer::Answer{.status = 500}; });
+    QSignalSpy failed(m_client.get(), &ApiClient::recordingRangeFailed);
+    m_model->refresh();
+    QVERIFY(failed.wait());
+    QVERIFY(m_model->hasData());
+}
+
+void TimelineModelTest::refreshOfSeveralCameras()
+{
+    const QByteArray now = QByteArray::number(QDateTime::currentMSecsSinceEpoch());
+    m_batch = R"({"per_camera":{"a":[]},"merged":[{"start":1000,"end":)" + now + "}]}";
+    m_model->loadBatchTimeline({"a"});
+    QTRY_VERIFY(!m_model->loading());
+    const qint64 from = m_model->loadedFrom();
+    const qint64 to = m_model->loadedTo();
+    m_model->refresh();
+    QTRY_VERIFY(m_model->loadedTo() > to);
+    QCOMPARE(m_model->loadedFrom(), from);
+    QVERIFY(m_server->asked("recording-range").isEmpty());
+
+    m_model->loadRange(at(-15 * hourMs), at(-14 * hourMs));
+    QTRY_COMPARE(m_model->loadedTo(), at(-13 * hourMs));
+    const auto requests = m_server->requests().size();
+    m_model->refresh();
+    QVERIFY(!m_model->loading());
+    QCOMPARE(m_server->requests().size(), requests);
+}
+
 void TimelineModelTest::batchDerivesItsRange()
 {
     m_batch = R"({"per_camera":{"a":[],"b":[]},"merged":[]})";
@@ -315,6 +373,9 @@ void TimelineModelTest::malformedAnswers_data()
     row("overlapping", R"({"earliest":1000000,"latest":2000000})",
         R"([{"start":1000000,"end":3000000},{"start":2000000,"end":2500000},{"start":0,"end":9000000}])");
     row("negative", R"({"earliest":-5000,"latest":-1})", R"([{"start":-5000,"end":-1}])");
+    const QByteArray one = R"({"start":1000000,"end":2000000},)";
+    row("a very long list", R"({"earliest":1000000,"latest":2000000})",
+        '[' + one.repeated(20'000).chopped(1) + ']');
     row("beyond all bounds", R"({"earliest":-9223372036854775808,"latest":9223372036854775807})",
         R"([{"start":-9223372036854775808,"end":9223372036854775807},{"start":1e300,"end":-1e300}])");
 }
