@@ -13,6 +13,8 @@ Rectangle {
     property real playbackSpeed: 1
     property bool loadStalled: false
 
+    // Whether the timeline knows what was recorded at that moment.
+    readonly property bool _charted: targetTime >= timelineModel.loadedFrom && targetTime < timelineModel.loadedTo
     // Nothing was recorded here when last looked; looking again does not say otherwise.
     property bool _foundNothing: false
     readonly property string _text: cameraId === "" ? Translations.clickCameraToAssign
@@ -34,8 +36,10 @@ Rectangle {
             archive.showAt(targetTime)
     }
 
+    // To the player an empty list means that nothing is known, not that nothing is there.
     function refreshCoverage() {
-        archive.setCoverage(timelineModel.coverageFor(cameraId))
+        const spans = _charted ? timelineModel.coverageFor(cameraId) : []
+        archive.setCoverage(_charted && spans.length === 0 ? [{ start: 0, end: 1 }] : spans)
         sync()
     }
 
@@ -52,6 +56,7 @@ Rectangle {
 
     onTargetTimeChanged: sync()
     onCameraIdChanged: refreshCoverage()
+    on_ChartedChanged: refreshCoverage()
     onIsPlayingChanged: followPlaying()
     onPlaybackSpeedChanged: archive.setSpeed(playbackSpeed)
     Component.onCompleted: {

@@ -7,10 +7,10 @@ Flow {
 
     property string rangeText: ""
     property bool selectionEmpty: true
-    // Where the last complete export was saved, until the next one begins.
-    property string savedPath: ""
 
     readonly property bool downloading: exportModel.downloading
+    // Something to say about the last export, even if it ended while another page was shown.
+    readonly property bool hasOutcome: exportModel.savedPath !== "" || exportModel.error !== ""
     readonly property string progressText: !downloading ? ""
         : Math.round(exportModel.progress * 100) + "%" + (exportModel.downloadedBytes > 0
             ? " · " + exportModel.formatSize(exportModel.downloadedBytes) : "")
@@ -66,7 +66,7 @@ Flow {
     }
     Line {
         objectName: "exportSaved"
-        text: root.savedPath === "" ? "" : Translations.exportSaved.arg(root.savedPath)
+        text: exportModel.savedPath === "" ? "" : Translations.exportSaved.arg(exportModel.savedPath)
         color: Theme.statusOk
         Accessible.role: Accessible.AlertMessage
     }

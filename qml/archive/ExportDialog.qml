@@ -40,6 +40,8 @@ Item {
         title: Translations.saveExportTitle
         fileMode: FileDialog.SaveFile
         options: FileDialog.DontConfirmOverwrite
+        acceptLabel: Translations.adminSave
+        rejectLabel: Translations.cancel
         defaultSuffix: "mp4"
         nameFilters: ["MP4 Video (*.mp4)"]
         currentFolder: {

@@ -38,22 +38,17 @@ Rectangle {
             onExportClicked: root.page.toggleExportMode()
         }
         ExportBar {
-            id: exportBar
-
             objectName: "exportBar"
             x: Theme.spacingSM
             width: parent.width - 2 * x
             bottomPadding: Theme.spacingSM
-            visible: root.page.exportMode || downloading || savedPath !== ""
+            visible: root.page.exportMode || downloading || hasOutcome
             rangeText: root.page.exportMode ? root.page.exportRangeText() : ""
             selectionEmpty: root.page.exportEnd <= root.page.exportStart
-            onDownloadClicked: {
-                savedPath = ""
-                root.page.startExport()
-            }
+            onDownloadClicked: root.page.startExport()
             onCancelClicked: {
-                savedPath = ""
                 exportModel.cancel()
+                exportModel.dismiss()
                 root.page.exportMode = false
             }
         }
@@ -98,9 +93,18 @@ Rectangle {
     Connections {
         target: exportModel
 
-        function onDownloadFinished(path) {
-            exportBar.savedPath = path
+        function onDownloadFinished() {
+            if (!exportModel.partial)
+                root.page.exportMode = false
         }
+    }
+    // The recording goes on while it is watched.
+    Timer {
+        objectName: "refreshTimer"
+        interval: 15000
+        repeat: true
+        running: root.page.selectedCameras.length > 0
+        onTriggered: timelineModel.refresh()
     }
     Rectangle {
         width: parent.width

@@ -34,14 +34,18 @@ Connections {
         page.player.startFrom(page.selectedCameraId, start)
     }
 
+    // The last six hours, which the timeline asks for by itself; farther back when it starts there.
     function initializeView() {
         if (!timelineModel.hasData || page._viewInitialized)
             return
         page._viewInitialized = true
         const { earliest, latest } = timelineModel
-        page.setViewRange(Math.max(earliest, latest - 6 * 3600000), latest)
+        page.timeline.viewStart = Math.max(earliest, latest - 6 * 3600000)
+        page.timeline.viewEnd = latest
         if (page.gridMode && page.gridPlayheadTime <= 0)
             page.playFrom(timelineModel.computeStartTime())
+        if (page.playheadTime > 0)
+            page.timeline.reveal(page.playheadTime)
     }
 
     target: timelineModel

@@ -64,6 +64,12 @@ T.Control {
         viewRangeChanged(viewStart, viewEnd)
     }
 
+    // Moves the view to a moment that it does not show.
+    function reveal(timeMs: real) {
+        if (timeMs < viewStart || timeMs > viewEnd)
+            panBy(timeMs - (viewStart + viewEnd) / 2)
+    }
+
     // The distances of the labelled and of the small ticks that suit a view of so many ms.
     function computeTickLevel(rangeMs: real) : var {
         const level = _tickLevels.find(each => each[0] >= rangeMs / 8) ?? _tickLevels[_tickLevels.length - 1]

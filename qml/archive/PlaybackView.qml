@@ -21,6 +21,7 @@ FocusScope {
     property real gridPlayheadTime: 0
 
     readonly property var player: stage.player
+    readonly property PlaybackTimeline timeline: panel.timeline
     readonly property real playheadTime: gridMode ? gridPlayheadTime : player ? player.currentTime : 0
     readonly property int mostCameras: 4
 
@@ -59,13 +60,15 @@ FocusScope {
     function openAt(cameraId: string, timeMs: real) {
         if (cameraId === "")
             return
-        if (!gridMode && cameraId === selectedCameraId) {
+        if (gridMode || cameraId !== selectedCameraId || _autoPlayPending) {
+            pendingSeekMs = timeMs
+            selectedCameras = [cameraId]
+            applySelection()
+        } else if (player.loadedCameraId() === cameraId) {
             player.seek(timeMs)
-            return
+        } else {
+            playFrom(timeMs)
         }
-        pendingSeekMs = timeMs
-        selectedCameras = [cameraId]
-        applySelection()
     }
 
     function activeCameraIds() : var {
@@ -115,8 +118,8 @@ FocusScope {
     function setViewRange(fromMs: real, toMs: real) {
         if (toMs <= fromMs)
             return
-        panel.timeline.viewStart = fromMs
-        panel.timeline.viewEnd = toMs
+        timeline.viewStart = fromMs
+        timeline.viewEnd = toMs
         timelineModel.loadRange(fromMs, toMs)
     }
 
@@ -203,14 +206,6 @@ FocusScope {
     PlaybackStart {
         page: root
     }
-    Connections {
-        target: exportModel
-
-        function onDownloadFinished() {
-            if (!exportModel.partial)
-                root.exportMode = false
-        }
-    }
 
     SidebarNav {
         id: sidebar
@@ -228,7 +223,7 @@ FocusScope {
         selected: root.selectedCameras
         most: root.mostCameras
         onCameraToggled: cameraId => root.toggleCamera(cameraId)
-        onLeaveRequested: reason => panel.timeline.forceActiveFocus(reason)
+        onLeaveRequested: reason => timeline.forceActiveFocus(reason)
     }
     PlaybackStage {
         id: stage

@@ -58,7 +58,7 @@ public:
     Q_INVOKABLE void init(QObject *) { note({"init"}); }
     Q_INVOKABLE void setPlayer(QObject *) { note({"setPlayer"}); }
     Q_INVOKABLE void setSynchronized(bool on) { note({"setSynchronized", on}); }
-    Q_INVOKABLE void setCoverage(const QVariantList &spans) { note({"setCoverage", spans.size()}); }
+    Q_INVOKABLE void setCoverage(const QVariantList &spans) { note({"setCoverage", QVariant(spans)}); }
     Q_INVOKABLE QString loadedCameraId() const { return m_cameraId; }
     Q_INVOKABLE void startFrom(const QString &cameraId, qint64 ms)
     {
@@ -116,12 +116,19 @@ class StandInExportModel : public QObject
     Q_PROPERTY(double progress MEMBER m_progress NOTIFY changed)
     Q_PROPERTY(bool partial MEMBER m_partial NOTIFY changed)
     Q_PROPERTY(QString error MEMBER m_error NOTIFY changed)
+    Q_PROPERTY(QString savedPath MEMBER m_savedPath NOTIFY changed)
     Q_PROPERTY(int cancelled MEMBER m_cancelled NOTIFY changed)
 
 public:
     using QObject::QObject;
 
     Q_INVOKABLE QString formatSize(qint64 bytes) const { return QStringLiteral("%1 bytes").arg(bytes); }
+    Q_INVOKABLE void dismiss()
+    {
+        setProperty("error", QString());
+        setProperty("savedPath", QString());
+        setProperty("partial", false);
+    }
     Q_INVOKABLE void cancel() { setProperty("cancelled", m_cancelled + 1); }
 
 signals:
@@ -136,5 +143,6 @@ private:
     double m_progress = 0;
     bool m_partial = false;
     QString m_error;
+    QString m_savedPath;
     int m_cancelled = 0;
 };

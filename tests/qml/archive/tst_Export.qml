@@ -39,7 +39,8 @@ TestCase {
         apiClient.reset()
         apiClient.acceptLogin("operator", [])
         cameraFeed.list(3)
-        const idle = { downloading: false, downloadedBytes: 0, progress: 0, partial: false, error: "", cancelled: 0 }
+        const idle = { downloading: false, downloadedBytes: 0, progress: 0, partial: false, error: "", savedPath: "",
+            cancelled: 0 }
         for (const [name, value] of Object.entries(idle))
             exportModel[name] = value
         page = createTemporaryObject(pageComponent, testCase)
@@ -105,9 +106,12 @@ TestCase {
     function test_a_complete_download_ends_the_export_and_a_partial_one_warns() {
         page.toggleExportMode()
         exportModel.partial = true
+        exportModel.savedPath = "/videos/clip.mp4"
         exportModel.downloadFinished("/videos/clip.mp4")
         verify(page.exportMode)
+        page.toggleExportMode()
         compare(text("exportPartial"), "Some footage was unavailable — the file has gaps")
+        page.toggleExportMode()
         exportModel.partial = false
         exportModel.downloadFinished("/videos/clip.mp4")
         verify(!page.exportMode)

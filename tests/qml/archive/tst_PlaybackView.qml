@@ -47,7 +47,7 @@ TestCase {
         apiClient.reset()
         apiClient.acceptLogin("operator", [])
         cameraFeed.list(6)
-        for (const [name, value] of Object.entries({ downloading: false, partial: false, error: "", cancelled: 0 }))
+        for (const [name, value] of Object.entries({ downloading: false, partial: false, error: "", savedPath: "", cancelled: 0 }))
             exportModel[name] = value
         page = createTemporaryObject(pageComponent, testCase)
         page.forceActiveFocus()
@@ -163,10 +163,15 @@ TestCase {
         compare(page.pendingSeekMs, 0)
         page.openAt("cam3", latest - 7 * hour)
         compare(calls(page.player, "seek"), [["seek", latest - 7 * hour]])
+        page.openAt("cam4", latest - hour)
+        page.openAt("cam4", latest - 2 * hour)
+        archiveFeed.giveRange("cam4", earliest, latest)
+        compare(page.player.currentTime, latest - 2 * hour)
         playGrid("cam1")
         page.openAt("cam3", latest - 8 * hour)
         archiveFeed.giveRange("cam3", earliest, latest)
         compare(calls(page.player, "startFrom"), [["startFrom", "cam3", latest - 8 * hour]])
+        compareNear(timeline.viewStart, latest - 11 * hour, 1)
     }
 
     function test_the_same_camera_again_after_the_page_was_left() {
@@ -349,9 +354,12 @@ TestCase {
     function test_coverage_follows_the_timeline() {
         playGrid("cam1", "cam2")
         const player = findChild(cell("cam1"), "cellPlayer")
-        compare(calls(player, "setCoverage").pop(), ["setCoverage", 1])
+        const coverage = () => calls(player, "setCoverage").pop()[1]
+        compare(coverage(), [{ start: latest - 2 * hour, end: latest }])
         archiveFeed.giveBatch({ cam1: [], cam2: [] }, [])
-        compare(calls(player, "setCoverage").pop(), ["setCoverage", 0])
+        verify(coverage().length > 0 && coverage().every(span => span.end < page.gridPlayheadTime))
+        page.playFrom(latest - 20 * hour)
+        compare(coverage(), [])
     }
 
     // Time navigation.
