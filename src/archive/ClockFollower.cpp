@@ -14,7 +14,7 @@ constexpr double step = 0.05;
 constexpr qint64 silenceMs = 1000;
 constexpr double lastStretchMs = 2000;
 constexpr double openingMs = 30;
-constexpr double drawingMs = 70;
+constexpr double drawingMs = 45;
 
 } // namespace
 

@@ -7,6 +7,7 @@ import threading
 import time
 
 from . import processes
+from .snapshot import Snapshots
 from .waiting import wait_until
 
 
@@ -77,6 +78,7 @@ class Desktop:
             self.display = f":{number.readline().strip()}"
         if self.display == ":":
             raise RuntimeError("the virtual display does not start")
+        self._snapshots = Snapshots(self.display)
         self.env = {"DISPLAY": self.display, "LIBGL_ALWAYS_SOFTWARE": "1", "LC_ALL": "C.UTF-8",
                     "PATH": os.environ["PATH"]}
         self._manager = None
@@ -90,6 +92,7 @@ class Desktop:
         return done.returncode == 0
 
     def stop(self):
+        self._snapshots.close()
         for process in (self._manager, self._server):
             if process:
                 processes.stop(process)
@@ -101,6 +104,11 @@ class Desktop:
 
     def move(self, x, y):
         self._xdotool("mousemove", round(x), round(y))
+
+    def wheel(self, x, y, notches):
+        """Turns the wheel over a point, up for positive notches."""
+        self._xdotool("mousemove", round(x), round(y), "click", "--repeat", abs(notches), "--delay", 10,
+                      4 if notches > 0 else 5)
 
     def click(self, x, y, count=1):
         self._xdotool("mousemove", round(x), round(y), "click", "--repeat", count, "--delay", 60, 1)
@@ -152,23 +160,20 @@ class Desktop:
 
     # Pixels
 
-    def capture(self, region, options, rate, frames=None):
+    def capture(self, region, options, rate):
         x, y, width, height = (round(value) for value in region)
-        limit = ["-frames:v", frames] if frames else []
         return processes.start(
             ["ffmpeg", "-loglevel", "error", "-f", "x11grab", "-draw_mouse", "0", "-framerate", rate,
-             "-video_size", f"{width}x{height}", "-i", f"{self.display}+{x},{y}", *options, *limit,
+             "-video_size", f"{width}x{height}", "-i", f"{self.display}+{x},{y}", *options,
              "-f", "rawvideo", "-pix_fmt", "rgb24", "-"],
             env=dict(os.environ, **self.env), stdout=subprocess.PIPE, stderr=subprocess.DEVNULL)
 
-    def picture(self, region, size=None):
-        """One picture of a part (x, y, width, height) of the screen, scaled to size if one is given."""
-        width, height = size or (round(region[2]), round(region[3]))
-        process = self.capture(region, ["-vf", f"scale={width}:{height}:flags=area"], 30, frames=1)
-        data = process.communicate()[0]
-        if len(data) != 3 * width * height:
+    def picture(self, region):
+        """What a part (x, y, width, height) of the screen shows at this moment."""
+        x, y, width, height = (round(value) for value in region)
+        if x < 0 or y < 0 or x + width > self.size[0] or y + height > self.size[1]:
             raise RuntimeError(f"no picture of the screen at {region}")
-        return Picture(width, height, data)
+        return Picture(width, height, self._snapshots.take(x, y, width, height))
 
     def record(self, region, rate=60, size=(64, 36)):
         return Recording(self, region, rate, size)

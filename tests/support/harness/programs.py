@@ -89,7 +89,8 @@ class Recorder(Program):
     def start(self):
         seen = self.log().count("ready http=")
         self.launch([BUILD / "demo/zorvel-demo-recorder", "--port", self.http_port, "--rtsp-port", self.rtsp_port,
-                     "--data", self._home.path / "recorder", "--cameras", self._cameras],
+                     "--data", self._home.path / "recorder", "--cache", BUILD / "footage-cache",
+                     "--cameras", self._cameras],
                     dict(os.environ, **self._home.env()))
         wait_until(lambda: self.log().count("ready http=") > seen or not self.running(), 60, "the recorder's ready line")
         ready = re.findall(r"^ready http=(\d+) rtsp=(\d+)$", self.log(), re.MULTILINE)
