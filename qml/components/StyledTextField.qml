@@ -2,7 +2,7 @@ import QtQuick
 import QtQuick.Controls
 import ZorvelClient
 
-// A one-line text field in the client's look. Its accessible name is its placeholder unless a view sets another.
+// A one-line text field in the client's look. Its accessible name is its hint unless a view sets another.
 TextField {
     id: root
 
