@@ -22,8 +22,10 @@ Item {
         chooser.open()
     }
 
+    // Qt's own dialog gives a name that was typed as a bare path.
     function _choose(file: url) {
-        _target = String(file).endsWith(".mp4") ? file : file + ".mp4"
+        const address = (String(file).startsWith("/") ? "file://" : "") + file
+        _target = address.endsWith(".mp4") ? address : address + ".mp4"
         if (exportModel.wouldReplace(_target))
             replaceDialog.open()
         else

@@ -123,13 +123,20 @@ class PlaybackTest(EndToEndTest):
             wait_until(lambda: abs((page.shown(region) or 0) - page.playhead()) < 2_000, 20, "every cell to play")
         for speed in (1, 0.5, 2, 4):
             page.choose_speed(speed)
-            time.sleep(2)
-            self.assert_in_step(page, regions, speed)
+            off = []
 
-    def assert_in_step(self, page, regions, speed):
-        """The clock goes on in steps; the pictures are compared with the line that its steps lie on."""
+            def in_step():
+                off[:] = self.off_the_clock(page, regions, speed)
+                print(f"off the clock at speed {speed}: {off} ms", flush=True)
+                return max(map(abs, off)) <= IN_STEP_MS
+            wait_until(in_step, 20, lambda: f"four cameras in step at speed {speed}: {off} ms off")
+
+    def off_the_clock(self, page, regions, speed):
+        """By how many ms each picture is ahead of the clock, in the middle of two seconds.
+
+        The clock goes on in steps; the pictures are compared with the line that its steps lie on."""
         clock, seen = float("-inf"), [[] for _ in regions]
-        deadline = time.monotonic() + 3
+        deadline = time.monotonic() + 2
         while time.monotonic() < deadline:
             asked = now_ms()
             clock = max(clock, page.playhead() - speed * asked)
@@ -138,11 +145,7 @@ class PlaybackTest(EndToEndTest):
                 shown = page.shown(region)
                 if shown:
                     moments.append(shown - speed * taken)
-        for camera, moments in zip(self.camera_ids, seen):
-            self.assertGreater(len(moments), 10, f"{camera} is seldom readable")
-            off = statistics.median(moments) - clock
-            print(f"{camera} at speed {speed}: {off:+.0f} ms from the clock", flush=True)
-            self.assertLessEqual(abs(off), IN_STEP_MS, f"{camera} at speed {speed}")
+        return [round(statistics.median(moments) - clock) if len(moments) > 5 else 10**6 for moments in seen]
 
     def test_a_camera_without_footage_says_so_and_comes_back(self):
         page = self.open_playback(0, 2)

@@ -1,6 +1,6 @@
 """Reading from the screen which instant a camera shows: the strip of black and white cells in the demo pictures."""
 
-_CELLS = 40
+CELLS = 40
 _FRAMES_PER_SECOND = 15
 _STRIP_MIDDLE = 80 / 720
 _ASPECT = 16 / 9
@@ -26,12 +26,15 @@ def _bits(cells, first, count):
 def read_instant(picture):
     """The instant, in seconds since the epoch, that a picture of a whole camera image shows; None if unreadable."""
     y = round(_STRIP_MIDDLE * picture.height)
-    cells = []
-    for cell in range(_CELLS):
-        grey = sum(picture.pixel(int((cell + 0.5) * picture.width / _CELLS), y)) / 3
-        if _DARK < grey < _BRIGHT:
-            return None
-        cells.append(int(grey >= _BRIGHT))
+    return instant_of_cells([sum(picture.pixel(int((cell + 0.5) * picture.width / CELLS), y)) / 3
+                             for cell in range(CELLS)])
+
+
+def instant_of_cells(greys):
+    """The instant that the cells tell by how bright they are, 0 to 255 each; None if one of them is grey."""
+    if any(_DARK < grey < _BRIGHT for grey in greys):
+        return None
+    cells = [int(grey >= _BRIGHT) for grey in greys]
     frame, second = _bits(cells, 1, 4), _bits(cells, 7, 32)
     if not cells[0] or cells[6] or frame is None or second is None or frame >= _FRAMES_PER_SECOND:
         return None

@@ -100,3 +100,32 @@ class Playback:
         self.ui.click(name="speedButton")
         self.ui.click(name=f"speed_{speed}")
         wait_until(lambda: self.probe.value("speed", type="SpeedButton") == speed, 5, f"the speed {speed}")
+
+    # Exporting
+
+    def choose_clip(self, start, end):
+        """Marks a clip that begins near one moment and ends near another; returns its bounds."""
+        self.zoom_to((start + end) / 2, 2 * (end - start))
+        self.click_at(start)
+        self.wait_playing()
+        self.desktop.key("space")
+        self.ui.click(name="exportButton")
+        wait_until(lambda: self.value("exportMode"), 5, "the clip to be marked")
+        y = self.place(start)[1]
+        self.desktop.drag((self.place(self.value("exportEnd"))[0] + 6, y), (self.place(end)[0] + 6, y))
+        pixel_ms = 2 * (end - start) / self.probe.item(name="timeline").width
+        wait_until(lambda: abs(self.value("exportEnd") - end) < 12 * pixel_ms, 5, "the end of the clip to be moved")
+        return self.value("exportStart"), self.value("exportEnd")
+
+    def save_clip(self, name):
+        """Begins the download into the folder that the save dialog opens with."""
+        self.ui.click(name="exportDownload")
+        self.ui.fill("fileNameTextField", name)
+        self.ui.click(text="Save")
+        self.probe.gone(name="fileNameTextField")
+
+    def export(self, *names):
+        return self.probe.context("exportModel", *names)
+
+    def wait_exported(self, timeout=60):
+        wait_until(lambda: not self.export("downloading"), timeout, lambda: f"the export to end: {self.export('progress')}")

@@ -72,6 +72,13 @@ class Program:
             self.process.kill()
             self.process.wait()
 
+    def write_stacks(self, path):
+        """Writes what every thread is doing, where there is a debugger to tell."""
+        if self.running() and shutil.which("gdb"):
+            with open(path, "w") as stacks:
+                subprocess.run(["gdb", "-batch", "-p", str(self.pid), "-ex", "thread apply all backtrace 24"],
+                               stdout=stacks, stderr=subprocess.DEVNULL, stdin=subprocess.DEVNULL, timeout=60)
+
     def sanitizer_report(self):
         """What a sanitizer complained about, or an empty text."""
         found = SANITIZER_REPORT.search(self.log())
@@ -141,6 +148,13 @@ class Recorder(Program):
     def fail_camera(self, camera, kind):
         """kind: "offline" (404, viewers dropped), "hang" (no more pictures) or "none" (well again)."""
         self._demo("POST", f"/cameras/{camera}/fault", {"kind": kind})
+
+    def fail_requests(self, path, **how):
+        """Switches a fault of requests on: status, delay_ms, cut_after_bytes, skip, times."""
+        self._demo("POST", "/faults", {"path": path, **how})
+
+    def heal(self):
+        self._demo("DELETE", "/faults")
 
     def cut_events(self):
         self._demo("POST", "/events/cut")

@@ -87,13 +87,14 @@ class EndToEndTest(unittest.TestCase):
         self.recorder.log_path.exists() and shutil.copy(self.recorder.log_path, folder)
         if self.client and self.client.log_path.exists():
             shutil.copy(self.client.log_path, folder)
+            self.client.write_stacks(folder / "stacks.txt")
 
     def _end_client(self):
         if not self.client:
             return
         failed = not self.client.running()
-        titles = [] if failed else [each["title"] for each in self.client.probe.windows()]
         try:
+            titles = [] if failed else [each["title"] for each in self.client.probe.windows()]
             status = self.client.process.wait() if failed else self.client.quit()
         finally:
             self.client.kill()
