@@ -43,6 +43,9 @@ constexpr Option leanOptions[] = {
     {"load-auto-profiles", "no"},
 };
 
+// A file that begins at an offset begins, as seeks do, at the key frame before it.
+constexpr Option startAtKeyFrames = {"hr-seek", "no"};
+
 } // namespace
 
 qint64 monotonicMs()
@@ -86,6 +89,7 @@ void MpvHandle::makePlayer(bool stretch)
     mpv_set_option_string(player, "keepaspect", stretch ? "no" : "yes");
     for (const Option &option : leanOptions)
         mpv_set_option_string(player, option.name, option.value);
+    mpv_set_option_string(player, startAtKeyFrames.name, startAtKeyFrames.value);
 
     mpv_request_log_messages(player, "warn");
     mpv_set_wakeup_callback(player, wakeup, this);

@@ -12,10 +12,16 @@
 namespace {
 
 constexpr int rateLogIntervalMs = 10000;
+constexpr int takeOverMs = 200;
 
 bool isNetworkUrl(const QString &url)
 {
     return url.startsWith(QLatin1String("http://")) || url.startsWith(QLatin1String("https://"));
+}
+
+QByteArray secondsText(double seconds)
+{
+    return QByteArray::number(seconds, 'f', 3);
 }
 
 } // namespace
@@ -25,6 +31,12 @@ MpvObject::MpvObject(QQuickItem *parent)
     , m_mpv(std::make_shared<MpvHandle>(this))
     , m_state(QStringLiteral("idle"))
 {
+    m_endTimer.setSingleShot(true);
+    m_endTimer.setInterval(takeOverMs);
+    connect(&m_endTimer, &QTimer::timeout, this, [this] {
+        m_mpv->command({"stop"});
+        m_mpv->setFlag("pause", m_paused);
+    });
     connect(this, &MpvObject::onUpdate, this, &MpvObject::doUpdate, Qt::QueuedConnection);
     connect(this, &QQuickItem::windowChanged, this, &MpvObject::changeWindow);
     // The framebuffer object is as large as the item on the screen: there is nothing to smooth, and without
@@ -141,8 +153,26 @@ void MpvObject::load()
     }
     if (m_isNetwork && !m_httpHeaderFields.isEmpty())
         m_mpv->setStringList("http-header-fields", m_httpHeaderFields.toUtf8());
+    m_startSec = m_pendingSeek;
+    if (m_isNetwork)
+        m_mpv->setProperty(
+            "start", m_startSec > shortestSeekSec ? secondsText(m_startSec).constData() : "none");
     m_contextOfLoad = m_mpv->contextSerial;
     m_mpv->command({"loadfile", m_source.toUtf8().constData()}, MpvHandle::FirstLoad + m_loadSerial);
+    if (m_endTimer.isActive()) {
+        m_endTimer.stop();
+        m_mpv->setFlag("pause", m_paused);
+    }
+}
+
+void MpvObject::endPlayback()
+{
+    if (m_isNetwork && isActive()) {
+        m_mpv->setFlag("pause", true);
+        m_endTimer.start();
+    } else {
+        m_mpv->command({"stop"});
+    }
 }
 
 void MpvObject::loadAgain()
@@ -169,7 +199,7 @@ void MpvObject::wakeUp()
 
 void MpvObject::stop()
 {
-    m_mpv->command({"stop"});
+    endPlayback();
     const bool hadSource = !m_source.isEmpty();
     const bool hadVideo = m_hasVideo;
     beginLoad(QStringLiteral("idle"));
@@ -204,7 +234,7 @@ void MpvObject::seekTo(double seconds)
 
 void MpvObject::seekPlayer(double seconds)
 {
-    m_mpv->command({"seek", QByteArray::number(seconds, 'f', 3).constData(), "absolute+keyframes"});
+    m_mpv->command({"seek", secondsText(seconds).constData(), "absolute+keyframes"});
 }
 
 void MpvObject::setSpeed(double rate)

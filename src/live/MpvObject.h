@@ -3,6 +3,7 @@
 #include <QElapsedTimer>
 #include <QPointer>
 #include <QQuickFramebufferObject>
+#include <QTimer>
 
 #include <memory>
 
@@ -110,6 +111,8 @@ protected:
     void itemChange(ItemChange change, const ItemChangeData &value) override;
 
 private:
+    static constexpr double shortestSeekSec = 0.1;
+
     friend class MpvHandle;
     friend class MpvRenderer;
     friend class RedrawGatherer;
@@ -147,6 +150,9 @@ private:
     void setSourceAt(const QString &source, double seekSec);
     void applyProfile(bool isNetwork);
     void load();
+    // Ends what the player plays. A buffered file is only paused at first: one that is opened in its place
+    // right away then takes over the video output, which costs less than to end it and make another.
+    void endPlayback();
     void seekPlayer(double seconds);
     void beginLoad(const QString &state);
     void forgetLoad();
@@ -165,7 +171,9 @@ private:
     QString m_state;
     double m_position = 0;
     double m_duration = 0;
+    // Where the next file to be opened begins, and where the latest one was told to.
     double m_pendingSeek = -1.0;
+    double m_startSec = -1.0;
     bool m_paused = false;
     double m_speed = 1.0;
     bool m_isNetwork = false;
@@ -182,6 +190,7 @@ private:
     // The render context for which the file was loaded, 0 before that.
     int m_contextOfLoad = 0;
     QSize m_frameSize;
+    QTimer m_endTimer;
     int m_updateCount = 0;
     QElapsedTimer m_updateTimer;
 };

@@ -11,7 +11,6 @@
 
 namespace {
 
-constexpr double shortestSeekSec = 0.1;
 constexpr int firstFramePatienceMs = 250;
 
 // The value of a property event or reply, if it has one of the wanted type.
@@ -170,11 +169,10 @@ void MpvObject::handleFileLoaded()
     m_state = QStringLiteral("playing");
     m_mpv->awaitingFirstFrame = true;
     m_mpv->countFrames(true);
+    const double seekSec = std::exchange(m_pendingSeek, -1.0);
     emit stateChanged();
-    if (m_state == QLatin1String("playing") && m_pendingSeek > shortestSeekSec) {
-        seekPlayer(m_pendingSeek);
-        m_pendingSeek = -1.0;
-    }
+    if (m_state == QLatin1String("playing") && seekSec != m_startSec && seekSec > shortestSeekSec)
+        seekPlayer(seekSec);
 }
 
 void MpvObject::handlePlaybackRestart()

@@ -98,6 +98,13 @@ void MpvRenderer::paintBlack()
     QOpenGLFunctions *gl = QOpenGLContext::currentContext()->functions();
     gl->glClearColor(0, 0, 0, 1);
     gl->glClear(GL_COLOR_BUFFER_BIT);
+    m_isFilled = true;
+}
+
+QOpenGLFramebufferObject *MpvRenderer::createFramebufferObject(const QSize &size)
+{
+    m_isFilled = false;
+    return Renderer::createFramebufferObject(size);
 }
 
 void MpvRenderer::retryLater()
@@ -134,6 +141,9 @@ void MpvRenderer::createContext()
 void MpvRenderer::draw()
 {
     const bool newFrame = mpv_render_context_update(m_context) & MPV_RENDER_UPDATE_FRAME;
+    // What stands there stays until the file that is being opened shows something.
+    if (!newFrame && m_isFilled && m_state == QLatin1String("loading"))
+        return;
     // The first frame compiles the shaders.
     const bool costly = newFrame && !m_hasDrawn;
     if (costly && !m_keeper->mayWork()) {
@@ -157,6 +167,7 @@ void MpvRenderer::draw()
         {},
     };
     mpv_render_context_render(m_context, params);
+    m_isFilled = true;
     QQuickOpenGLUtils::resetOpenGLState();
     countFrame();
     noteFirstFrame(newFrame);

@@ -21,6 +21,7 @@ public:
 
     void synchronize(QQuickFramebufferObject *item) override;
     void render() override;
+    QOpenGLFramebufferObject *createFramebufferObject(const QSize &size) override;
 
     // Takes a waiting frame off the player's hands without drawing it.
     static void skipFrame(mpv_render_context *context);
@@ -43,6 +44,8 @@ private:
     bool m_renderFailed = false;
     int m_slotWaitFrames = 0;
     bool m_hasDrawn = false;
+    // Whether the framebuffer object holds anything yet.
+    bool m_isFilled = false;
     QString m_state;
     QString m_source;
     int m_renderCount = 0;
