@@ -13,9 +13,20 @@ Item {
     property bool veiled: false
 
     visible: text !== ""
+    onBusyChanged: patience.over = false
     Accessible.role: Accessible.AlertMessage
     Accessible.name: detail === "" ? text : text + ". " + detail
 
+    // Most loads are over before anybody could see the mark turn, and drawing its turns would only delay them.
+    Timer {
+        id: patience
+
+        property bool over: false
+
+        interval: 300
+        running: root.visible && root.busy
+        onTriggered: over = true
+    }
     Rectangle {
         anchors.fill: parent
         visible: root.veiled
@@ -26,13 +37,17 @@ Item {
         width: parent.width - 2 * Theme.spacingMD
         spacing: Theme.spacingSM
 
-        BusyIndicator {
+        Item {
             anchors.horizontalCenter: parent.horizontalCenter
             width: 36
             height: 36
             visible: root.busy
-            running: root.visible && root.busy
-            palette.dark: Theme.textPrimary
+
+            BusyIndicator {
+                anchors.fill: parent
+                visible: patience.over
+                palette.dark: Theme.textPrimary
+            }
         }
         StyledText {
             objectName: "videoMessage"
