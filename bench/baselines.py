@@ -33,18 +33,20 @@ class Decoders:
 
 
 class Players:
-    """One mpv window per stream, side by side on the display, each of the size of a cell."""
+    """One mpv window each, side by side on the display, each of the size of a cell."""
 
-    def __init__(self, desktop, urls, cell, log_folder, options=()):
+    def __init__(self, desktop, playlists, cell, log_folder, options=()):
+        """playlists: for each player an address, or a list of them to play in turn."""
         width, height = (round(side) for side in cell)
         across = max(1, desktop.size[0] // width)
         self.logs, self.processes = [], []
-        for index, url in enumerate(urls):
+        for index, playlist in enumerate(playlists):
+            urls = [playlist] if isinstance(playlist, str) else playlist
             x, y = index % across * width, index // across * height
             self.logs.append(log_folder / f"mpv-{index}.log")
             with open(self.logs[-1], "w") as log:
                 self.processes.append(processes.start(
-                    [*_MPV, f"--geometry={width}x{height}+{x}+{y}", "--no-keepaspect-window", *options, url],
+                    [*_MPV, f"--geometry={width}x{height}+{x}+{y}", "--no-keepaspect-window", *options, *urls],
                     env=dict(os.environ, **desktop.env), stdout=log, stderr=subprocess.STDOUT))
 
     @property
@@ -96,8 +98,12 @@ class IdlePlayer:
         self._lines = self._socket.makefile("r")
         return True
 
-    def first_frame_seconds(self, url):
-        """From the command to load until the first frame is shown; playing is stopped afterwards."""
+    def first_frame_seconds(self, url, start=0):
+        """From the command to load until the first frame is shown; playing is stopped afterwards.
+
+        start: where in the file to begin, in seconds.
+        """
+        self._command("set_property", "start", str(start))
         begin = time.monotonic()
         self._command("loadfile", url)
         self._await("playback-restart")

@@ -17,8 +17,9 @@ class Report:
         print(f"\n{title}", flush=True)
         print(f"  {'':52}{'client':>12}{'baseline':>12}{'ratio':>8}  wanted", flush=True)
 
-    def line(self, what, figure, unit, baseline=None, at_most=None, ratio_at_most=None, note=""):
-        """One figure. at_most bounds the figure itself, ratio_at_most its ratio to the baseline."""
+    def line(self, what, figure, unit, baseline=None, at_most=None, ratio_at_most=None, ratio_at_least=None,
+             note=""):
+        """One figure. at_most bounds the figure itself, the others its ratio to the baseline."""
         ratio = figure / baseline if baseline else None
         wishes, kept = [], True
         if at_most is not None:
@@ -27,6 +28,9 @@ class Report:
         if ratio_at_most is not None and ratio is not None:
             wishes.append(f"ratio at most {ratio_at_most:g}")
             kept = kept and ratio <= ratio_at_most
+        if ratio_at_least is not None and ratio is not None:
+            wishes.append(f"ratio at least {ratio_at_least:g}")
+            kept = kept and ratio >= ratio_at_least
         self.missed += not kept
         base = f"{baseline:.3g} {unit}" if baseline is not None else ""
         mark = "" if kept else "  <-- MISSED"

@@ -3,61 +3,28 @@
 
     live.py [--only cpu,first-frame,blocks,start,list] [--counts 1,4,16,64]
 
-The build directory, one with optimisation, is named by ZORVEL_BUILD_DIR.
+bench.sh starts it: the build directory, one with optimisation, is named by ZORVEL_BUILD_DIR, and what is shared with
+the tests lies on PYTHONPATH.
 """
 
-import argparse
-import os
-import pathlib
-import subprocess
-import sys
 import time
 
-sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent / "tests/support"))
-
 from baselines import Decoders, IdlePlayer, Players
-from figures import Report, median
+from figures import median
 from harness import processes
-from harness.desktop import Desktop
-from harness.programs import BUILD, Client, Home, Recorder
+from harness.programs import Client, Home
 from harness.waiting import wait_until
-from livegrid import LOGIN, PASSWORD, PRESET_FOR, LiveGrid
+from livegrid import PRESET_FOR, LiveGrid
+from setting import LOGIN, PASSWORD, run
 
 
-def arguments():
-    parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
-    parser.add_argument("--only", default=",".join(PARTS), help="the parts to measure, of " + ", ".join(PARTS))
-    parser.add_argument("--counts", default="1,4,16,64", help="how many streams the processor figures are taken with")
-    parser.add_argument("--seconds", type=float, default=6, help="how long each processor figure is averaged over")
-    return parser.parse_args()
+def stream_urls(bench, cameras, role="sub"):
+    return [bench.recorder.call("GET", f"/client-api/cameras/{camera}/stream-url?role={role}",
+                                token=bench.token)[1]["url"] for camera in cameras]
 
 
-class Bench:
-    """What every part needs: the display, the recorder with sixty-four cameras, and where to print."""
-
-    window_size = (1472, 1080)
-
-    def __init__(self, options):
-        self.options, self.report = options, Report()
-        self.home = Home()
-        self.desktop = Desktop()
-        self.recorder = Recorder(self.home, cameras=64).start()
-        self.token = self.recorder.setup(LOGIN, PASSWORD)
-        cameras = self.recorder.call("GET", "/client-api/cameras", token=self.token)[1]
-        self.cameras = [camera["id"] for camera in cameras]
-        self.with_sub = [camera["id"] for camera in cameras if camera["has_sub_stream"]]
-
-    def urls(self, cameras, role="sub"):
-        return [self.recorder.call("GET", f"/client-api/cameras/{camera}/stream-url?role={role}",
-                                   token=self.token)[1]["url"] for camera in cameras]
-
-    def grid(self):
-        return LiveGrid(self.desktop, self.recorder, self.window_size)
-
-    def stop(self):
-        self.recorder.stop()
-        self.desktop.stop()
-        self.home.remove()
+def new_grid(bench):
+    return LiveGrid(bench.desktop, bench.recorder, (1472, 1080))
 
 
 def measure_cpu(bench):
@@ -68,8 +35,8 @@ def measure_cpu(bench):
     memory = {}
     for count in counts:
         cameras = bench.with_sub[:count]
-        urls = bench.urls(cameras)
-        grid = bench.grid()
+        urls = stream_urls(bench, cameras)
+        grid = new_grid(bench)
         grid.arrange(PRESET_FOR[count], cameras)
         grid.wait_playing(count)
         time.sleep(3)
@@ -109,8 +76,8 @@ def measure_cpu(bench):
 def measure_first_frame(bench):
     bench.report.section("Opening a cell to its first frame, median of 7")
     cameras = bench.with_sub[16:23]
-    urls = bench.urls(cameras)
-    grid = bench.grid()
+    urls = stream_urls(bench, cameras)
+    grid = new_grid(bench)
     grid.arrange("3x3", [""] * 9)
     grid.probe.ask("watchSignals", type="CameraStreamView", signal="displayStateChanged",
                    get=["displayState", "cameraId"])
@@ -141,7 +108,7 @@ def measure_blocks(bench):
         bench.report.line(f"render thread, {what}", frames["frameMs"], "ms", at_most=100,
                           note=f"(synchronising {frames['syncMs']:.0f} ms, rendering {frames['renderMs']:.0f} ms)")
 
-    grid = bench.grid()
+    grid = new_grid(bench)
     cameras = bench.cameras[:64]
 
     def open_all():
@@ -198,29 +165,14 @@ def measure_start(bench):
 
 def measure_list(bench):
     bench.report.section("Ten thousand cameras, processor time; baseline: the same in Qt's own models")
-    done = subprocess.run([BUILD / "bench/zorvel-bench-models"], text=True, stdout=subprocess.PIPE,
-                          env=dict(os.environ, QT_QPA_PLATFORM="offscreen"))
-    print(done.stdout, end="", flush=True)
-    bench.report.missed += done.stdout.count("MISSED")
-    if done.returncode not in (0, 1):
-        bench.report.remark(f"the benchmark ended with {done.returncode}")
+    bench.run_native("zorvel-bench-models", QT_QPA_PLATFORM="offscreen")
 
 
 PARTS = {"cpu": measure_cpu, "first-frame": measure_first_frame, "blocks": measure_blocks, "start": measure_start,
          "list": measure_list}
 
 
-def main():
-    options = arguments()
-    print(f"{os.cpu_count()} processors, {processes.busy_processors():.1f} of them busy with other things before the start")
-    bench = Bench(options)
-    try:
-        for name in options.only.split(","):
-            PARTS[name](bench)
-    finally:
-        bench.stop()
-    print(f"\n{bench.report.missed} missed" if bench.report.missed else "\nall as wanted")
-
-
 if __name__ == "__main__":
-    main()
+    run(__doc__.splitlines()[0], PARTS, 64, [
+        ("--counts", "1,4,16,64", "how many streams the processor figures are taken with"),
+        ("--seconds", 6.0, "how long each processor figure is averaged over")])

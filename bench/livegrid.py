@@ -6,8 +6,8 @@ from harness import processes
 from harness.operator import Operator
 from harness.programs import Client, Home
 from harness.waiting import wait_until
+from setting import LOGIN, PASSWORD
 
-LOGIN, PASSWORD = "bench", "Bench-key-8151"
 PRESET_FOR = {1: "2x2", 4: "2x2", 16: "4x4", 64: "8x8"}
 GRID = {"type": "VideoGrid", "name": None}
 

@@ -35,7 +35,9 @@ void SignalLog::watch(const QJsonObject &request)
 {
     m_watches.append(request);
     attach();
-    m_timer.start();
+    if (request.value(QStringLiteral("later")).toBool(true)) {
+        m_timer.start();
+    }
 }
 
 QJsonArray SignalLog::take()

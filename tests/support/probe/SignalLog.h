@@ -15,7 +15,8 @@ class SignalLog : public QObject
 public:
     explicit SignalLog(QObject *parent = nullptr);
 
-    /// Starts noting: request has "type", "signal" (its name) and "get" (property names).
+    /// Starts noting: request has "type", "signal" (its name) and "get" (property names), and "later", false
+    /// when items that appear later need not be looked for, which takes processor time.
     void watch(const QJsonObject &request);
 
     /// What was noted since the last call: {"atNs", "type", "signal", "values"}.
