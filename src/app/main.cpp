@@ -1,5 +1,6 @@
 #include "app/Application.h"
 #include "app/CrashReporting.h"
+#include "app/HeapPolicy.h"
 #include "app/QmlTypes.h"
 
 #include <QGuiApplication>
@@ -10,6 +11,7 @@
 
 int main(int argc, char *argv[])
 {
+    keepHeapCompact();
     std::setlocale(LC_NUMERIC, "C");
     QQuickWindow::setGraphicsApi(QSGRendererInterface::OpenGL);
 

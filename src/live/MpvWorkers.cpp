@@ -1,10 +1,14 @@
 #include "live/MpvWorkers.h"
 
+#include "app/HeapPolicy.h"
+
 #include <QCoreApplication>
 #include <QDeadlineTimer>
 #include <QThreadPool>
 
 #include <mpv/client.h>
+
+#include <atomic>
 
 namespace {
 
@@ -16,6 +20,7 @@ struct Pools
 {
     QThreadPool makers;
     QThreadPool reapers;
+    std::atomic_int doomed = 0;
 };
 
 // Never destroyed: a destructor would wait without bound for a camera that hangs.
@@ -41,7 +46,12 @@ void MpvWorkers::make(std::function<void()> job)
 
 void MpvWorkers::tearDown(mpv_handle *player)
 {
-    pools().reapers.start([player] { mpv_terminate_destroy(player); });
+    ++pools().doomed;
+    pools().reapers.start([player] {
+        mpv_terminate_destroy(player);
+        if (--pools().doomed == 0)
+            returnFreeMemory();
+    });
 }
 
 bool MpvWorkers::waitForDone(int timeoutMs)

@@ -5,8 +5,8 @@
 struct mpv_handle;
 
 // The worker threads on which libmpv players are made (a few milliseconds each) and torn down (up to seconds
-// while a camera hangs). When the application object goes, what is still being torn down gets three seconds;
-// then the process leaves without it.
+// while a camera hangs). After the last of several their memory goes back to the system. When the application
+// object goes, what is still being torn down gets three seconds; then the process leaves without it.
 namespace MpvWorkers {
 
 void make(std::function<void()> job);

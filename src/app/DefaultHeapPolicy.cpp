@@ -1,0 +1,9 @@
+#include "app/HeapPolicy.h"
+
+void keepHeapCompact()
+{
+}
+
+void returnFreeMemory()
+{
+}
