@@ -80,7 +80,7 @@ class Desktop:
             raise RuntimeError("the virtual display does not start")
         self._snapshots = Snapshots(self.display)
         self.env = {"DISPLAY": self.display, "LIBGL_ALWAYS_SOFTWARE": "1", "LC_ALL": "C.UTF-8",
-                    "PATH": os.environ["PATH"]}
+                    "ZORVEL_DISPLAY_SERVER": str(self._server.pid), "PATH": os.environ["PATH"]}
         self._manager = None
         if window_manager:
             self._manager = processes.start(["openbox"], env=dict(os.environ, **self.env),

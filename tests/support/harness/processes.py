@@ -65,13 +65,22 @@ def cpu_seconds(pid):
     return total / _TICKS
 
 
-def memory_mb(pid):
-    """Proportional set size of the process, in MB: shared pages count in equal parts for all who share them."""
+def _rollup_mb(pid, key):
     with open(f"/proc/{pid}/smaps_rollup") as rollup:
         for line in rollup:
-            if line.startswith("Pss:"):
+            if line.startswith(key + ":"):
                 return int(line.split()[1]) / 1024
-    raise RuntimeError("the kernel does not tell the proportional set size")
+    raise RuntimeError(f"the kernel does not tell {key}")
+
+
+def memory_mb(pid):
+    """Proportional set size of the process, in MB: shared pages count in equal parts for all who share them."""
+    return _rollup_mb(pid, "Pss")
+
+
+def own_memory_mb(pid):
+    """What the process itself wrote, in MB: unlike the set size it does not depend on who else runs."""
+    return _rollup_mb(pid, "Private_Dirty")
 
 
 def thread_count(pid):

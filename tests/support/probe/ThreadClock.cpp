@@ -17,10 +17,13 @@ qint64 monotonicNs()
 }
 
 ThreadClock::ThreadClock(int threadId)
+    : ThreadClock("/proc/self/task/" + QByteArray::number(threadId) + "/schedstat")
 {
-    std::array<char, 64> path{};
-    std::snprintf(path.data(), path.size(), "/proc/self/task/%d/schedstat", threadId);
-    m_file = open(path.data(), O_RDONLY | O_CLOEXEC);
+}
+
+ThreadClock::ThreadClock(const QByteArray &path)
+    : m_file(open(path.constData(), O_RDONLY | O_CLOEXEC))
+{
 }
 
 ThreadClock::~ThreadClock()
@@ -47,6 +50,7 @@ int ThreadClock::current()
 
 ThreadGroup::ThreadGroup(int threadId)
     : m_own(threadId)
+    , m_server("/proc/" + qgetenv("ZORVEL_DISPLAY_SERVER") + "/schedstat")
 {
     const QDir tasks(QStringLiteral("/proc/self/task"));
     const QStringList ids = tasks.entryList(QDir::Dirs | QDir::NoDotAndDotDot);
@@ -66,7 +70,8 @@ ThreadGroup::ThreadGroup(int threadId)
 
 ThreadGroup::Moment ThreadGroup::now() const
 {
-    Moment moment{monotonicNs(), m_own.read(), m_render ? m_render->read() : ThreadTimes(), {}};
+    Moment moment{
+        monotonicNs(), m_own.read(), m_render ? m_render->read() : ThreadTimes(), m_server.read(), {}};
     for (const auto &clock : m_rasteriser) {
         moment.rasteriser.push_back(clock->read());
     }
@@ -81,6 +86,6 @@ qint64 ThreadGroup::withoutProcessor(const Moment &from, const Moment &to)
     for (size_t i = 0; i < std::min(from.rasteriser.size(), to.rasteriser.size()); ++i) {
         drawers = std::max(drawers, (to.rasteriser[i] - from.rasteriser[i]).waited);
     }
-    drawers += (to.render - from.render).waited;
+    drawers += (to.render - from.render).waited + (to.server - from.server).waited;
     return own.waited + std::min(slept, drawers);
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <QtCore/QtGlobal>
+#include <QtCore/QByteArray>
 
 #include <memory>
 #include <vector>
@@ -21,11 +21,13 @@ struct ThreadTimes
     }
 };
 
-/// Reads the times of one thread of this process; from any thread.
+/// Reads the times of one thread, of this process unless said otherwise; from any thread.
 class ThreadClock
 {
 public:
     explicit ThreadClock(int threadId);
+    /// Of the file in which the kernel keeps the times.
+    explicit ThreadClock(const QByteArray &path);
     ~ThreadClock();
     Q_DISABLE_COPY_MOVE(ThreadClock)
 
@@ -41,8 +43,9 @@ private:
 /// The threads that together make up a block: the one that is blocked, and those that draw for it.
 ///
 /// On a busy machine a block has a part that is nobody's fault: the thread was ready but had no processor, or
-/// it slept until the render thread or the software rasteriser was done and these had none. That part can be
-/// told apart.
+/// it slept until the render thread, the software rasteriser or the display server was done and these had
+/// none. That part can be told apart. The environment variable ZORVEL_DISPLAY_SERVER is the process id of the
+/// display server, if it draws on this machine's processors.
 class ThreadGroup
 {
 public:
@@ -54,6 +57,7 @@ public:
         qint64 atNs = 0;
         ThreadTimes own;
         ThreadTimes render;
+        ThreadTimes server;
         std::vector<ThreadTimes> rasteriser;
     };
     Moment now() const;
@@ -63,6 +67,7 @@ public:
 
 private:
     ThreadClock m_own;
+    ThreadClock m_server;
     std::unique_ptr<ThreadClock> m_render;
     std::vector<std::unique_ptr<ThreadClock>> m_rasteriser;
 };
