@@ -51,168 +51,143 @@ class StreamSwitchMachineTest : public QObject
     Q_OBJECT
 
 private slots:
-    void startsOnTheCheapStream();
-    void switchesBehindThePicture();
-    void unwantedSwitchIsStopped();
-    void failedSwitchKeepsThePicture_data();
-    void failedSwitchKeepsThePicture();
-    void failuresWithoutAPicture();
-    void strayReportsChangeNothing();
-    void suspending();
-    void anotherCamera();
-};
+    void startsOnTheCheapStream()
+    {
+        const auto trace = [](bool hasSub, bool preferMain, const QString &role) {
+            Recorded machine;
+            machine.setPreferMain(preferMain);
+            machine.taken();
+            machine.setCamera("cam", hasSub);
+            machine.provideUrl(role, "U");
+            machine.onFirstFrame(0);
+            return machine.taken();
+        };
+        QCOMPARE(trace(true, false, "sub"), "loading, url sub, load 0 U, front 0, playing");
+        QCOMPARE(trace(true, true, "sub"), "loading, url sub, load 0 U, front 0, playing, url main");
+        QCOMPARE(trace(false, true, "main"), "loading, url main, load 0 U, front 0, playing");
+    }
 
-void StreamSwitchMachineTest::startsOnTheCheapStream()
-{
-    const auto trace = [](bool hasSub, bool preferMain, const QString &role) {
+    void switchesBehindThePicture()
+    {
         Recorded machine;
-        machine.setPreferMain(preferMain);
-        machine.taken();
-        machine.setCamera("cam", hasSub);
-        machine.provideUrl(role, "U");
+        machine.playSub();
+        machine.setPreferMain(true);
+        machine.setPreferMain(false);
+        machine.setPreferMain(true);
+        QCOMPARE(machine.taken(), "url main");
+        machine.provideUrl("main", "M");
+        QCOMPARE(machine.taken(), "load 1 M");
+        machine.onFirstFrame(1);
+        QCOMPARE(machine.taken(), "front 1, stop 0");
+        machine.setPreferMain(false);
         machine.onFirstFrame(0);
-        return machine.taken();
-    };
-    QCOMPARE(trace(true, false, "sub"), "loading, url sub, load 0 U, front 0, playing");
-    QCOMPARE(trace(true, true, "sub"), "loading, url sub, load 0 U, front 0, playing, url main");
-    QCOMPARE(trace(false, false, "main"), "loading, url main, load 0 U, front 0, playing");
-    QCOMPARE(trace(false, true, "main"), "loading, url main, load 0 U, front 0, playing");
-}
+        QCOMPARE(machine.taken(), "load 0 S, front 0, stop 1");
 
-void StreamSwitchMachineTest::switchesBehindThePicture()
-{
-    Recorded machine;
-    machine.playSub();
-    machine.setPreferMain(true);
-    QCOMPARE(machine.taken(), "url main");
-    machine.setPreferMain(false);
-    machine.setPreferMain(true);
-    QCOMPARE(machine.taken(), "");
-    machine.provideUrl("main", "M");
-    QCOMPARE(machine.taken(), "load 1 M");
-    machine.onFirstFrame(1);
-    QCOMPARE(machine.taken(), "front 1, stop 0");
+        // A switch that is no longer wanted is stopped.
+        machine.setPreferMain(true);
+        machine.setPreferMain(false);
+        machine.onFirstFrame(1);
+        machine.onPlayerError(1);
+        QCOMPARE(machine.taken(), "load 1 M, stop 1");
+        QCOMPARE(machine.frontSlot(), 0);
+    }
 
-    machine.setPreferMain(false);
-    QCOMPARE(machine.taken(), "load 0 S");
-    machine.onFirstFrame(0);
-    QCOMPARE(machine.taken(), "front 0, stop 1");
-}
+    void failedSwitchKeepsThePicture_data()
+    {
+        QTest::addColumn<bool>("urlFails");
+        QTest::newRow("player error") << false;
+        QTest::newRow("url failure") << true;
+    }
 
-void StreamSwitchMachineTest::unwantedSwitchIsStopped()
-{
-    Recorded machine;
-    machine.beginUpgrade();
-    machine.setPreferMain(false);
-    QCOMPARE(machine.taken(), "stop 1");
-    machine.onFirstFrame(1);
-    machine.onPlayerError(1);
-    QCOMPARE(machine.taken(), "");
-    QCOMPARE(machine.frontSlot(), 0);
-}
+    void failedSwitchKeepsThePicture()
+    {
+        QFETCH(bool, urlFails);
+        const auto fail = [&](Recorded &machine) {
+            urlFails ? machine.urlFailed("main") : machine.onPlayerError(1);
+            return machine.taken();
+        };
+        Recorded machine;
+        machine.beginUpgrade();
+        QCOMPARE(fail(machine), "stop 1");
+        machine.provideUrl("sub", "S2");
+        QCOMPARE(machine.taken(), "");
+        QCOMPARE(machine.displayState(), "playing");
 
-void StreamSwitchMachineTest::failedSwitchKeepsThePicture_data()
-{
-    QTest::addColumn<bool>("urlFails");
-    QTest::newRow("player error") << false;
-    QTest::newRow("url failure") << true;
-}
+        machine.retry();
+        QCOMPARE(machine.taken(), "load 1 M");
+        QCOMPARE(fail(machine), "stop 1");
+        machine.setPreferMain(false);
+        machine.setPreferMain(true);
+        QCOMPARE(machine.taken(), "load 1 M");
+        machine.onFirstFrame(1);
+        QCOMPARE(machine.taken(), "front 1, stop 0");
+    }
 
-void StreamSwitchMachineTest::failedSwitchKeepsThePicture()
-{
-    QFETCH(bool, urlFails);
-    const auto fail = [&](Recorded &machine) {
-        urlFails ? machine.urlFailed("main") : machine.onPlayerError(1);
-        return machine.taken();
-    };
-    Recorded machine;
-    machine.beginUpgrade();
-    QCOMPARE(fail(machine), "stop 1");
-    machine.provideUrl("sub", "S2");
-    QCOMPARE(machine.taken(), "");
-    QCOMPARE(machine.displayState(), "playing");
+    void failuresWithoutAPicture()
+    {
+        Recorded machine;
+        machine.setCamera("cam", true);
+        machine.urlFailed("main");
+        QCOMPARE(machine.taken(), "loading, url sub");
+        machine.urlFailed("sub");
+        machine.retry();
+        QCOMPARE(machine.taken(), "error, loading, url sub");
+        machine.provideUrl("sub", "S");
+        machine.onPlayerError(0);
+        QCOMPARE(machine.taken(), "load 0 S, stop 0, error");
+        machine.retry();
+        machine.onFirstFrame(0);
+        QCOMPARE(machine.taken(), "loading, load 0 S, front 0, playing");
 
-    machine.retry();
-    QCOMPARE(machine.taken(), "load 1 M");
-    QCOMPARE(fail(machine), "stop 1");
-    machine.setPreferMain(false);
-    machine.setPreferMain(true);
-    QCOMPARE(machine.taken(), "load 1 M");
-    machine.onFirstFrame(1);
-    QCOMPARE(machine.taken(), "front 1, stop 0");
-}
+        machine.setPreferMain(true);
+        machine.provideUrl("main", "M");
+        machine.taken();
+        machine.onPlayerError(0);
+        QCOMPARE(machine.taken(), "stop 0, stop 1, error");
+        QCOMPARE(machine.frontSlot(), -1);
+    }
 
-void StreamSwitchMachineTest::failuresWithoutAPicture()
-{
-    Recorded machine;
-    machine.setCamera("cam", true);
-    machine.taken();
-    machine.urlFailed("main");
-    QCOMPARE(machine.taken(), "");
-    machine.urlFailed("sub");
-    QCOMPARE(machine.taken(), "error");
-    machine.retry();
-    QCOMPARE(machine.taken(), "loading, url sub");
-    machine.provideUrl("sub", "S");
-    machine.onPlayerError(0);
-    QCOMPARE(machine.taken(), "load 0 S, stop 0, error");
-    machine.retry();
-    machine.onFirstFrame(0);
-    QCOMPARE(machine.taken(), "loading, load 0 S, front 0, playing");
+    void strayReportsChangeNothing()
+    {
+        Recorded machine;
+        machine.retry();
+        machine.onFirstFrame(-1);
+        machine.onPlayerError(-1);
+        QCOMPARE(machine.taken(), "");
+        machine.playSub();
+        for (const int slot : {-1, 0, 1, 2})
+            machine.onFirstFrame(slot);
+        for (const int slot : {-1, 1, 2})
+            machine.onPlayerError(slot);
+        machine.provideUrl("third", "T");
+        machine.provideUrl("main", "");
+        machine.retry();
+        QCOMPARE(machine.taken(), "");
+    }
 
-    machine.setPreferMain(true);
-    machine.provideUrl("main", "M");
-    machine.taken();
-    machine.onPlayerError(0);
-    QCOMPARE(machine.taken(), "stop 0, stop 1, error");
-    QCOMPARE(machine.frontSlot(), -1);
-}
+    void suspendingAndOtherCameras()
+    {
+        Recorded machine;
+        machine.beginUpgrade();
+        machine.setSuspended(true);
+        QCOMPARE(machine.taken(), "stop 0, stop 1, idle");
+        machine.provideUrl("sub", "S2");
+        machine.setPreferMain(false);
+        QCOMPARE(machine.taken(), "");
+        machine.setSuspended(false);
+        QCOMPARE(machine.taken(), "loading, load 0 S2");
 
-void StreamSwitchMachineTest::strayReportsChangeNothing()
-{
-    Recorded machine;
-    machine.retry();
-    machine.onFirstFrame(-1);
-    machine.onPlayerError(-1);
-    QCOMPARE(machine.taken(), "");
-    machine.playSub();
-    for (const int slot : {-1, 0, 1, 2})
-        machine.onFirstFrame(slot);
-    for (const int slot : {-1, 1, 2})
-        machine.onPlayerError(slot);
-    machine.provideUrl("third", "T");
-    machine.provideUrl("main", "");
-    machine.retry();
-    QCOMPARE(machine.taken(), "");
-}
-
-void StreamSwitchMachineTest::suspending()
-{
-    Recorded machine;
-    machine.beginUpgrade();
-    machine.setSuspended(true);
-    QCOMPARE(machine.taken(), "stop 0, stop 1, idle");
-    machine.provideUrl("sub", "S2");
-    machine.setPreferMain(false);
-    QCOMPARE(machine.taken(), "");
-    machine.setSuspended(false);
-    QCOMPARE(machine.taken(), "loading, load 0 S2");
-}
-
-void StreamSwitchMachineTest::anotherCamera()
-{
-    Recorded machine;
-    machine.beginUpgrade();
-    machine.setCamera("cam", true);
-    QCOMPARE(machine.taken(), "");
-    machine.setCamera("cam", false);
-    QCOMPARE(machine.taken(), "stop 0, stop 1, loading, url main");
-    machine.setCamera("other", false);
-    QCOMPARE(machine.taken(), "url main");
-    machine.setCamera({}, false);
-    machine.provideUrl("main", "M");
-    QCOMPARE(machine.taken(), "idle");
-}
+        machine.setCamera("cam", true);
+        QCOMPARE(machine.taken(), "");
+        machine.setCamera("cam", false);
+        QCOMPARE(machine.taken(), "stop 0, url main");
+        machine.setCamera("other", false);
+        QCOMPARE(machine.taken(), "url main");
+        machine.setCamera({}, false);
+        machine.provideUrl("main", "M");
+        QCOMPARE(machine.taken(), "idle");
+    }
+};
 
 QTEST_GUILESS_MAIN(StreamSwitchMachineTest)
 #include "tst_StreamSwitchMachine.moc"

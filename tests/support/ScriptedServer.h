@@ -67,6 +67,8 @@ public:
 
     /// An answer with the part of the content that the request's byte range asks for.
     static Answer file(const Request &request, const QByteArray &content);
+    /// The answer to a question for a stream's address.
+    static Answer streamAt(const QString &url) { return {.body = "{\"url\": \"" + url.toUtf8() + "\"}"}; }
 
     const QList<Request> &requests() const { return m_requests; }
     QList<Request> requestsTo(const QByteArray &route) const;
