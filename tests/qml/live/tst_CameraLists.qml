@@ -90,14 +90,6 @@ TestCase {
         }
     }
 
-    function test_picker_sizes() {
-        const picker = openPicker(0)
-        compare([picker.popup.width, picker.popup.height], [280, 420])
-        compare(picker.rows.currentItem.height, 36)
-        grid.height = 300
-        compare(picker.popup.height, 220)
-    }
-
     function test_picker_filters_and_picks_data() {
         return [
             { tag: "first match", text: "camera 1", keys: [], picked: "cam1", count: 11 },
@@ -150,17 +142,6 @@ TestCase {
     }
 
     // The list.
-
-    function test_list_click_and_keys() {
-        mouseClick(row("cam3"))
-        compare(page.clicked, "cam3")
-        findChild(list, "cameraSearchField").forceActiveFocus()
-        type("20")
-        keyClick(Qt.Key_Return)
-        compare(page.clicked, "cam20")
-        cameraFeed.setState("cam20", "recording")
-        compare(row("cam20").cameraState, "recording")
-    }
 
     function dragFromRow(cameraId, path) {
         mousePress(row(cameraId), 30, 10)
@@ -232,16 +213,7 @@ TestCase {
 
     // Cells among themselves.
 
-    function test_slot_drag_data() {
-        return [
-            { tag: "onto a camera", to: 3, expected: ["cam2", "", "", "cam1"], text: "⇄ Swap" },
-            { tag: "onto an empty cell", to: 1, expected: ["", "cam1", "", "cam2"], text: "" },
-            { tag: "escape", to: 3, expected: ["cam1", "", "", "cam2"], text: "⇄ Swap", escape: true },
-            { tag: "preset changes", to: 3, expected: ["cam1", "", "", "cam2"], text: "⇄ Swap", preset: true }
-        ]
-    }
-
-    function test_slot_drag(data) {
+    function test_slot_drag_ends_with_the_preset() {
         grid.assignSlot(0, "cam1")
         grid.assignSlot(3, "cam2")
         mousePress(cell(0), 50, 50)
@@ -249,22 +221,17 @@ TestCase {
         verify(!grid.slotDragActive, "7 px are no drag")
         mouseMove(cell(0), 56, 56)
         verify(grid.slotDragActive)
-        compare(grid.dragSourceSlot, 0)
-        const ghost = findChild(grid, "dragGhost")
-        verify(ghost.visible)
-        compare(ghost.text, "Camera 1")
-        dragFromHere(cell(data.to))
-        tryVerify(() => cell(data.to).dropHovered)
-        const label = findChild(cell(data.to), "dropLabel")
-        compare([label.visible, label.visible ? label.text : ""], [data.text !== "", data.text])
-        if (data.escape)
-            keyClick(Qt.Key_Escape)
-        if (data.preset) {
-            keyClick("3")
-            keyClick("2")
-        }
-        mouseRelease(cell(data.to), 10, 10)
-        compare(grid.slots, data.expected)
+        compare(findChild(grid, "dragGhost").text, "Camera 1")
+        dragFromHere(cell(1))
+        tryVerify(() => cell(1).dropHovered)
+        verify(!findChild(cell(1), "dropLabel").visible, "an empty cell")
+        dragFromHere(cell(3))
+        tryVerify(() => cell(3).dropHovered)
+        compare(findChild(cell(3), "dropLabel").text, "⇄ Swap")
+        keyClick("3")
+        keyClick("2")
+        mouseRelease(cell(3), 10, 10)
+        compare(grid.slots, ["cam1", "", "", "cam2"])
         compare([grid.slotDragActive, grid.dragSourceSlot, grid.maximizedSlot], [false, -1, -1])
     }
 }

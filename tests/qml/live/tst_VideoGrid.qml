@@ -95,40 +95,6 @@ TestCase {
         verify(grid.cells === 64 || !cell(grid.cells).visible, "a cell beyond the preset")
     }
 
-    function test_resize_moves_cells_and_streams() {
-        place("cam1", "cam2")
-        testCase.width = 800
-        tryVerify(() => views().cam2.x === 401)
-        compare(cell(1).x, 401)
-        testCase.width = 640
-    }
-
-    function test_streams_survive_presets() {
-        place("cam1", "cam2", "cam3", "cam4")
-        const before = views()
-        grid.currentLayout = "3x3"
-        wait(0)
-        grid.currentLayout = "1x1"
-        wait(0)
-        compare([views().cam1.visible, views().cam1.preferMain, views().cam2.visible], [true, true, false])
-        grid.currentLayout = "2x2"
-        wait(0)
-        compare(Object.keys(views()), ["cam1", "cam2", "cam3", "cam4"])
-        for (const cameraId in before)
-            verify(before[cameraId] === views()[cameraId], cameraId)
-        compare(grid.slots, ["cam1", "cam2", "cam3", "cam4"])
-        compare([views().cam1.preferMain, views().cam1.hasSubStream, views().cam2.hasSubStream],
-            [false, false, true])
-    }
-
-    function test_suspended_and_shown_again() {
-        place("cam1")
-        grid.suspended = true
-        tryCompare(views().cam1, "suspended", true)
-        grid.suspended = false
-        tryCompare(views().cam1, "suspended", false)
-    }
-
     function test_streams_end_with_the_session() {
         place("cam1", "cam2")
         grid.clearSlot(1)
@@ -147,23 +113,6 @@ TestCase {
     }
 
     // Maximising.
-
-    function test_maximise_and_restore() {
-        place("cam1", "cam2")
-        const view = views().cam2
-        mouseDoubleClickSequence(cell(1))
-        compare(grid.maximizedSlot, 1)
-        compare(rectOf(cell(1)), [0, 0, streams().width, streams().height])
-        compare([cell(0).visible, cell(1).z], [false, 100])
-        tryCompare(view, "preferMain", true)
-        compare(rectOf(view), rectOf(cell(1)))
-        compare([views().cam1.visible, view.z], [false, 100])
-        verify(findChild(cell(1), "cellRestoreButton"))
-        mouseDoubleClickSequence(cell(1))
-        compare(grid.maximizedSlot, -1)
-        tryCompare(view, "preferMain", false)
-        verify(view === views().cam2)
-    }
 
     function test_double_click_rules() {
         mouseDoubleClickSequence(cell(2))
@@ -205,29 +154,6 @@ TestCase {
         keyClick(Qt.Key_Right, Qt.ControlModifier)
         compare(grid.slots[1], "cam1")
         compare([grid.slots[0], grid.currentSlot], ["", 1])
-    }
-
-    function test_keys_of_a_cell() {
-        place("cam1", "cam2")
-        grid.focusSlot(1, Qt.TabFocusReason)
-        keyClick(Qt.Key_Return)
-        compare(grid.maximizedSlot, 1)
-        keyClick(Qt.Key_Right)
-        compare(grid.currentSlot, 1, "the other cells are hidden")
-        keyClick(Qt.Key_Escape)
-        compare(grid.maximizedSlot, -1)
-        keyClick(Qt.Key_Delete)
-        compare(grid.slots[1], "")
-        keyClick(Qt.Key_Return)
-        verify(picker().opened)
-        keyClick(Qt.Key_Escape)
-        tryCompare(picker(), "visible", false)
-        verify(cell(1).visualFocus, "the focus comes back marked")
-        keyClick("c")
-        verify(picker().opened)
-        keyClick(Qt.Key_Return)
-        compare(grid.slots[1], "cam1")
-        tryVerify(() => cell(1).visualFocus)
     }
 
     // A digit that is typed belongs to the field.

@@ -27,22 +27,9 @@ TestCase {
         ToggleSwitch { text: "Switch" }
     }
     Component {
-        id: bannersComponent
-
-        Column {
-            ErrorBanner { objectName: "banner"; width: 200 }
-            Rectangle { objectName: "below"; width: 10; height: 10 }
-        }
-    }
-    Component {
         id: tabsComponent
 
         TabRow { tabs: [{ key: "a", label: "First" }, { key: "b", label: "Second" }]; current: "a" }
-    }
-    Component {
-        id: listComponent
-
-        StyledListView { width: 200; height: 200; emptyText: "Nothing"; delegate: Item { height: 10 } }
     }
     Component {
         id: dialogComponent
@@ -98,34 +85,6 @@ TestCase {
         verify(button.Accessible.name !== "")
     }
 
-    function test_button_is_filled_by_hovering() {
-        const button = createTemporaryObject(buttonComponent, testCase, { x: 50, y: 50 })
-        compare(button.implicitHeight, 36)
-        compare(button.background.color, Theme.surfaceLight)
-        mouseMove(button, 5, 5)
-        tryCompare(button.background, "color", Theme.statusError)
-        mouseMove(testCase, 500, 300)
-        tryCompare(button.background, "color", Theme.surfaceLight)
-        const narrow = button.implicitWidth
-        button.hPad = 20
-        compare(button.implicitWidth, narrow + 16)
-    }
-
-    function test_empty_banner_takes_no_space() {
-        const column = createTemporaryObject(bannersComponent, testCase)
-        const banner = findChild(column, "banner")
-        const below = findChild(column, "below")
-        waitForRendering(column)
-        compare(below.y, 0)
-        banner.text = "One line"
-        tryVerify(() => below.y > 0)
-        const oneLine = banner.implicitHeight
-        banner.text = "A text that is a good deal too long for one line of two hundred pixels"
-        tryVerify(() => banner.implicitHeight > oneLine && below.y === banner.height)
-        banner.text = ""
-        tryCompare(below, "y", 0)
-    }
-
     function test_tabs_ask_and_the_owner_decides() {
         const tabs = createTemporaryObject(tabsComponent, testCase)
         watch(tabs, "selected")
@@ -144,19 +103,6 @@ TestCase {
         compare(second.background.color, Theme.accent)
     }
 
-    function test_list_says_that_it_is_empty_data() {
-        return [
-            { tag: "no rows", rows: 0, text: "Nothing", shown: true },
-            { tag: "rows", rows: 2, text: "Nothing", shown: false },
-            { tag: "not known yet", rows: 0, text: "", shown: false }
-        ]
-    }
-
-    function test_list_says_that_it_is_empty(row) {
-        const list = createTemporaryObject(listComponent, testCase, { model: row.rows, emptyText: row.text })
-        compare(findChild(list, "emptyLabel").visible, row.shown)
-    }
-
     function test_delete_dialog_waits_for_its_owner() {
         const dialog = createTemporaryObject(dialogComponent, testCase)
         watch(dialog, "confirmed")
@@ -173,20 +119,6 @@ TestCase {
         keyClick(Qt.Key_Return)
         tryCompare(dialog, "visible", false)
         compare(spy.count, 1)
-    }
-
-    function test_status_dot() {
-        const dot = createTemporaryObject(dotComponent, testCase)
-        for (const [state, color] of [["", Theme.textMuted], ["offline", Theme.textMuted], ["error", Theme.statusError],
-                                      ["recording", Theme.statusOk]]) {
-            dot.cameraState = state
-            compare(dot.color, color, state)
-        }
-        tryVerify(() => dot.opacity < 0.8)
-        verify(dot.opacity >= 0.4)
-        dot.cameraState = "error"
-        compare(dot.opacity, 1)
-        compare(dot.color, Theme.statusError)
     }
 
     function test_pulse_rests_when_nobody_pulses() {

@@ -63,20 +63,18 @@ TestCase {
     // Sign-in.
 
     function test_first_account_by_keyboard() {
-        compare(main.title, "Brannic Security")
         verify(field("serverField").activeFocus)
-        compare(field("serverField").text, "http://127.0.0.1:8090")
+        field("serverField").text = "  "
+        keyClick(Qt.Key_Return)
+        compare(apiClient.calls, [], "no server yet")
         field("serverField").selectAll()
         type("http://h:1")
         keyClick(Qt.Key_Return)
-        compare(apiClient.calls, [["checkStatus", "http://h:1"]])
         keyClick(Qt.Key_Return)
-        compare(apiClient.calls.length, 1, "one check at a time")
+        compare(apiClient.calls, [["checkStatus", "http://h:1"]], "one check at a time")
         apiClient.answerStatus(true)
 
         compare(field("title").text, Translations.setupTitle)
-        compare(field("hint").text, Translations.setupHint)
-        compare(field("primaryButton").text, Translations.setupCreate)
         verify(field("loginField").activeFocus)
         type("root")
         keyClick(Qt.Key_Return)
@@ -86,31 +84,16 @@ TestCase {
         type("secret")
         keyClick(Qt.Key_Return)
         compare(apiClient.calls[1], ["doSetup", "http://h:1", "root", "secret"])
-        compare(field("primaryButton").text, Translations.loginSigningIn)
         verify(!field("primaryButton").enabled)
-        apiClient.acceptLogin("root", [])
-        compare(main.currentPage, "live")
-        compare(login(), null)
-    }
-
-    function test_wrong_password_then_right() {
-        mouseClick(field("continueButton"))
-        apiClient.answerStatus(false)
-        compare(field("primaryButton").text, Translations.loginSignIn)
-        verify(!field("hint").visible)
-        type("op")
-        keyClick(Qt.Key_Tab)
-        type("wrong")
-        mouseClick(field("primaryButton"))
         const error = "Wrong login or password. ".repeat(8)
         apiClient.refuseLogin(error)
         compare(field("errorBanner").text, error)
-        verify(field("errorBanner").visible)
         verify(field("passwordField").activeFocus)
-        type("right")
         keyClick(Qt.Key_Return)
         verify(!field("errorBanner").visible)
-        compare(apiClient.calls[2], ["doLogin", "http://127.0.0.1:8090", "op", "right"])
+        apiClient.acceptLogin("root", [])
+        compare(main.currentPage, "live")
+        compare(login(), null)
     }
 
     function test_back_to_the_server_data() {
@@ -147,13 +130,6 @@ TestCase {
         compare(field("passwordField").text, "")
     }
 
-    function test_server_is_required() {
-        field("serverField").text = "  "
-        verify(!field("continueButton").enabled)
-        keyClick(Qt.Key_Return)
-        compare(apiClient.calls, [])
-    }
-
     function test_login_card_scrolls_in_a_small_window() {
         main.height = 600
         apiClient.answerStatus(true)
@@ -168,12 +144,6 @@ TestCase {
         field("loginField").forceActiveFocus()
         const seen = field("loginField").mapToItem(scroller, 0, 0).y
         verify(seen >= 0 && seen + field("loginField").height <= main.height)
-    }
-
-    function test_language_can_be_chosen_before_sign_in() {
-        mouseClick(field("language_ru"))
-        compare(field("continueButton").text, "Продолжить")
-        compare(main.title, "Бранник Безопасность")
     }
 
     // Pages.
@@ -197,23 +167,16 @@ TestCase {
         compare(findChild(main, "liveView"), live)
     }
 
-    function test_leaving_a_session_data() {
-        const pages = ["live", "playback", "floorplans", "admin", "cameras", "vision", "audit", "incidents", "cluster",
-                       "settings"]
-        return [].concat(...pages.map(page => [
-            { tag: page + ", logout", page: page, leave: () => apiClient.doLogout(), expired: false },
-            { tag: page + ", expiry", page: page, leave: () => apiClient.expire(), expired: true }
-        ]))
-    }
-
-    function test_leaving_a_session(row) {
-        signIn(allPermissions)
-        main.showPage(row.page)
-        row.leave()
-        compare(main.currentPage, "login")
-        compare(login().step, "server")
-        compare(field("hint").text, row.expired ? Translations.sessionExpired : "")
-        compare(findChild(main, "pageLoader").item, null)
+    function test_leaving_a_session() {
+        for (const [leave, hint] of [[() => apiClient.doLogout(), ""], [() => apiClient.expire(), Translations.sessionExpired]]) {
+            signIn(allPermissions)
+            main.showPage("admin")
+            leave()
+            compare(main.currentPage, "login")
+            compare(login().step, "server")
+            compare(field("hint").text, hint)
+            compare(findChild(main, "pageLoader").item, null)
+        }
         signIn([])
         verify(findChild(main, "liveView").visible)
     }
@@ -234,14 +197,12 @@ TestCase {
         signIn([])
         keyClick(Qt.Key_Comma, Qt.ControlModifier)
         const page = findChild(main, "pageLoader").item
-        const order = ["nav_settings", "logoutLink", "tab_en", "tab_ru", "stretchSwitch"]
-        for (const name of order) {
+        for (const name of ["nav_settings", "logoutLink", "tab_en", "tab_ru", "stretchSwitch"]) {
             verify(findChild(page, name).activeFocus, name)
             keyClick(Qt.Key_Tab)
         }
         keyClick(Qt.Key_Backtab)
         keyClick(Qt.Key_Return)
-        compare(AppSettings.stretchVideo, true)
         tryVerify(() => String(inspector.stored("ui/stretchVideo")) === "true")
         keyClick(Qt.Key_Space)
         compare(AppSettings.stretchVideo, false)
@@ -280,13 +241,6 @@ TestCase {
         tryCompare(live, "suspended", false)
         main.visible = false
         tryCompare(live, "suspended", true)
-    }
-
-    function test_test_incident_without_incidents_does_nothing() {
-        signIn([])
-        keyClick(Qt.Key_I, Qt.ControlModifier | Qt.ShiftModifier)
-        mouseDoubleClickSequence(main.contentItem, main.width - 5, main.height - 5)
-        compare(main.currentPage, "live")
     }
 
     function test_the_stand_in_has_what_the_client_has() {
