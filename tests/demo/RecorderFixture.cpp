@@ -78,8 +78,12 @@ RecorderFixture::Answer RecorderFixture::ask(
 
 void RecorderFixture::signIn()
 {
-    const Answer answer = post("/client-api/auth/setup", {{"login", "admin"}, {"password", "secret-1"}});
-    m_token = answer.object["access_token"].toString().toLatin1();
+    use(post("/client-api/auth/setup", {{"login", "admin"}, {"password", "secret-1"}}));
+}
+
+RecorderFixture::Answer RecorderFixture::login(const QString &login, const QString &password)
+{
+    return post("/client-api/auth/login", {{"login", login}, {"password", password}});
 }
 
 QString RecorderFixture::streamUrl(const QString &cameraId, const QString &role)

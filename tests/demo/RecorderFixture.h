@@ -33,8 +33,11 @@ public:
     Answer get(const QString &path) { return ask("GET", path); }
     Answer post(const QString &path, const QJsonObject &body = {}) { return ask("POST", path, body); }
 
-    /// Makes the first account and signs in with it; later calls carry its token.
+    /// Makes the first account, "admin" with "secret-1", and signs in with it; later calls carry its token.
     void signIn();
+    Answer login(const QString &login = "admin", const QString &password = "secret-1");
+    /// Later calls carry the access token of that answer.
+    void use(const Answer &signedIn) { m_token = signedIn.object["access_token"].toString().toLatin1(); }
     QByteArray token() const { return m_token; }
     void setToken(const QByteArray &token) { m_token = token; }
 

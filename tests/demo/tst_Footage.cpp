@@ -7,144 +7,103 @@
 using namespace demo;
 
 /// Pictures put together from ready slices, as a real decoder sees them.
-class TestFootage : public QObject
+class FootageTest : public QObject
 {
     Q_OBJECT
 
 private slots:
-    void everyPictureShowsItsInstant_data();
-    void everyPictureShowsItsInstant();
-    void slicesDoNotLeakIntoEachOther();
-    void camerasDiffer();
-    void damagedCacheIsMadeAnew();
-    void codeRejectsWhatIsNoCode();
+    void everyPictureShowsItsInstant_data()
+    {
+        QTest::addColumn<bool>("isMain");
+        QTest::addColumn<int>("camera");
+        QTest::addColumn<qint64>("second");
+        QTest::addColumn<int>("seconds");
+        QTest::newRow("main") << true << 1 << qint64(1763708003) << 3;
+        QTest::newRow("sub, beyond the scene's loop") << false << 1 << qint64(1763708003) << 12;
+        QTest::newRow("same scene, shifted, all code bits change")
+            << false << 17 << qint64(0x6fffffff - 1) << 3;
+        QTest::newRow("the last theme over a new day") << false << 7 << qint64(1763769598) << 3;
+    }
+
+    void everyPictureShowsItsInstant()
+    {
+        QFETCH(bool, isMain);
+        QFETCH(int, camera);
+        QFETCH(qint64, second);
+        const VideoFormat format = isMain ? VideoFormat::main() : VideoFormat::sub();
+        QFETCH(int, seconds);
+        const Decoded decoded
+            = Decoder::decodeUnits(stream({camera, "Gate"}, format, second, seconds), format.size);
+
+        QCOMPARE(decoded.complaints, QByteArray());
+        QList<FrameInstant> expected;
+        for (int i = 0; i < seconds * FrameInstant::framesPerSecond; ++i)
+            expected.append({second + i / FrameInstant::framesPerSecond, i % FrameInstant::framesPerSecond});
+        QCOMPARE(decoded.instants(), expected);
+    }
+
+    void slicesDoNotLeakIntoEachOther()
+    {
+        for (const VideoFormat &format : {VideoFormat::main(), VideoFormat::sub()}) {
+            const Footage::Look look{3, "Parking south"};
+            const qint64 second = 1763708000;
+            const Decoded early = Decoder::decodeUnits(stream(look, format, second, 10), format.size);
+            const Decoded late = Decoder::decodeUnits(stream(look, format, second + 11110, 10), format.size);
+            QCOMPARE(early.frames.size(), 150);
+            QCOMPARE(late.frames.size(), early.frames.size());
+
+            const int band = format.bandHeight();
+            const QRect below(0, band, format.size.width(), format.size.height() - band);
+            const QRect name(0, band, format.size.width(), band);
+            const int cellsEnd = 7 * format.size.width() / FrameCode::cells;
+            const QRect steady(cellsEnd, 0, format.size.width() - cellsEnd, band);
+            for (qsizetype i = 0; i < early.frames.size(); ++i) {
+                const QImage &whole = early.frames[i - i % FrameInstant::framesPerSecond];
+                QVERIFY2(early.frames[i].copy(below) == late.frames[i].copy(below),
+                    qPrintable(QString::number(i)));
+                QVERIFY2(early.frames[i].copy(name) == whole.copy(name), qPrintable(QString::number(i)));
+                QVERIFY2(early.frames[i].copy(steady) == whole.copy(steady), qPrintable(QString::number(i)));
+            }
+            QVERIFY(early.frames[0].copy(steady) != late.frames[0].copy(steady));
+            QVERIFY(early.frames[0].copy(below) != early.frames[7].copy(below));
+        }
+    }
+
+    void damagedCacheIsMadeAnew()
+    {
+        QTemporaryDir cache;
+        const FrameInstant instant{1763708000, 3};
+        const QByteArray picture = Footage(cache.path()).picture({1, "Gate"}, VideoFormat::sub(), instant);
+        const QStringList files = QDir(cache.path()).entryList(QDir::Files);
+        QCOMPARE(files.size(), 1);
+        QFile file(cache.filePath(files.first()));
+        QVERIFY(file.resize(file.size() / 2));
+        QCOMPARE(Footage(cache.path()).picture({1, "Gate"}, VideoFormat::sub(), instant), picture);
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write("no scene");
+        file.close();
+        QCOMPARE(Footage(cache.path()).picture({1, "Gate"}, VideoFormat::sub(), instant), picture);
+    }
 
 private:
-    QByteArray stream(const Footage::Look &look, const VideoFormat &format, qint64 second, int seconds);
+    QByteArray stream(const Footage::Look &look, const VideoFormat &format, qint64 second, int seconds)
+    {
+        QByteArray units;
+        for (int i = 0; i < seconds * FrameInstant::framesPerSecond; ++i) {
+            const FrameInstant instant{
+                second + i / FrameInstant::framesPerSecond, i % FrameInstant::framesPerSecond};
+            if (instant.frame == 0)
+                units += m_footage.headers(format).lengthPrefixed();
+            units += m_footage.picture(look, format, instant);
+        }
+        return units;
+    }
 
     QTemporaryDir m_cache;
     Footage m_footage{m_cache.path()};
 };
 
-QByteArray TestFootage::stream(
-    const Footage::Look &look, const VideoFormat &format, qint64 second, int seconds)
-{
-    QByteArray units;
-    for (int i = 0; i < seconds * FrameInstant::framesPerSecond; ++i) {
-        const FrameInstant instant{
-            second + i / FrameInstant::framesPerSecond, i % FrameInstant::framesPerSecond};
-        if (instant.frame == 0)
-            units += m_footage.headers(format).lengthPrefixed();
-        units += m_footage.picture(look, format, instant);
-    }
-    return units;
-}
-
-void TestFootage::everyPictureShowsItsInstant_data()
-{
-    QTest::addColumn<bool>("isMain");
-    QTest::addColumn<int>("camera");
-    QTest::addColumn<qint64>("second");
-    QTest::addColumn<int>("seconds");
-    QTest::newRow("main") << true << 1 << qint64(1763708003) << 3;
-    QTest::newRow("sub, beyond the scene's loop") << false << 1 << qint64(1763708003) << 12;
-    QTest::newRow("same scene, shifted, all code bits change") << false << 17 << qint64(0x6fffffff - 1) << 3;
-    QTest::newRow("the last theme over a new day") << false << 7 << qint64(1763769598) << 3;
-}
-
-void TestFootage::everyPictureShowsItsInstant()
-{
-    QFETCH(bool, isMain);
-    QFETCH(int, camera);
-    QFETCH(qint64, second);
-    const VideoFormat format = isMain ? VideoFormat::main() : VideoFormat::sub();
-    QFETCH(int, seconds);
-    const Decoded decoded
-        = Decoder::decodeUnits(stream({camera, "Gate"}, format, second, seconds), format.size);
-
-    QCOMPARE(decoded.complaints, QByteArray());
-    QList<FrameInstant> expected;
-    for (int i = 0; i < seconds * FrameInstant::framesPerSecond; ++i)
-        expected.append({second + i / FrameInstant::framesPerSecond, i % FrameInstant::framesPerSecond});
-    QCOMPARE(decoded.instants(), expected);
-}
-
 // The same stretch of the loop at two times of day: below the time band every pixel must agree, and within a
 // second nothing but the frame's cells may change in the band.
-void TestFootage::slicesDoNotLeakIntoEachOther()
-{
-    for (const VideoFormat &format : {VideoFormat::main(), VideoFormat::sub()}) {
-        const Footage::Look look{3, "Parking south"};
-        const qint64 second = 1763708000;
-        const Decoded early = Decoder::decodeUnits(stream(look, format, second, 10), format.size);
-        const Decoded late = Decoder::decodeUnits(stream(look, format, second + 11110, 10), format.size);
-        QCOMPARE(early.frames.size(), 150);
-        QCOMPARE(late.frames.size(), early.frames.size());
-
-        const int band = format.bandHeight();
-        const QRect below(0, band, format.size.width(), format.size.height() - band);
-        const QRect name(0, band, format.size.width(), band);
-        const int cellsEnd = 7 * format.size.width() / FrameCode::cells;
-        const QRect steady(cellsEnd, 0, format.size.width() - cellsEnd, band);
-        for (qsizetype i = 0; i < early.frames.size(); ++i) {
-            const QImage &whole = early.frames[i - i % FrameInstant::framesPerSecond];
-            QVERIFY2(
-                early.frames[i].copy(below) == late.frames[i].copy(below), qPrintable(QString::number(i)));
-            QVERIFY2(early.frames[i].copy(name) == whole.copy(name), qPrintable(QString::number(i)));
-            QVERIFY2(early.frames[i].copy(steady) == whole.copy(steady), qPrintable(QString::number(i)));
-        }
-        QVERIFY(early.frames[0].copy(steady) != late.frames[0].copy(steady));
-        QVERIFY(early.frames[0].copy(below) != early.frames[7].copy(below));
-    }
-}
-
-void TestFootage::camerasDiffer()
-{
-    const VideoFormat format = VideoFormat::sub();
-    const auto first = [&](const Footage::Look &look) {
-        return Decoder::decodeUnits(stream(look, format, 1763708000, 1), format.size).frames.value(0);
-    };
-    const QImage one = first({1, "Gate"});
-    QVERIFY(!one.isNull());
-    QVERIFY(one == first({1, "Gate"}));
-    QVERIFY(one != first({1, "Yard"}));
-    QVERIFY(one != first({2, "Gate"}));
-    QVERIFY(one != first({9, "Gate"}));
-}
-
-void TestFootage::damagedCacheIsMadeAnew()
-{
-    QTemporaryDir cache;
-    const FrameInstant instant{1763708000, 3};
-    const QByteArray picture = Footage(cache.path()).picture({1, "Gate"}, VideoFormat::sub(), instant);
-    const QStringList files = QDir(cache.path()).entryList(QDir::Files);
-    QCOMPARE(files.size(), 1);
-    QFile file(cache.filePath(files.first()));
-    QVERIFY(file.resize(file.size() / 2));
-    QCOMPARE(Footage(cache.path()).picture({1, "Gate"}, VideoFormat::sub(), instant), picture);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write("no scene");
-    file.close();
-    QCOMPARE(Footage(cache.path()).picture({1, "Gate"}, VideoFormat::sub(), instant), picture);
-}
-
-void TestFootage::codeRejectsWhatIsNoCode()
-{
-    const FrameInstant instant{1763708000, 14};
-    const auto whites = FrameCode::encode(instant);
-    QCOMPARE(FrameCode::decode(whites), std::optional(instant));
-    for (int cell = 0; cell < FrameCode::cells; ++cell) {
-        auto damaged = whites;
-        damaged[cell] = !damaged[cell];
-        QVERIFY2(!FrameCode::decode(damaged), qPrintable(QString::number(cell)));
-    }
-    QImage image(320, 180, QImage::Format_RGB32);
-    for (const QColor &color : {QColor(Qt::black), QColor(Qt::white), QColor(Qt::gray)}) {
-        image.fill(color);
-        QVERIFY(!FrameCode::read(image));
-    }
-    QVERIFY(!FrameCode::read(image, QRect(200, 100, 640, 360)));
-}
-
-QTEST_MAIN(TestFootage)
+QTEST_MAIN(FootageTest)
 #include "tst_Footage.moc"

@@ -16,19 +16,85 @@ constexpr qint64 noon = 1763726400; // 2025-11-21 12:00:00 UTC
 } // namespace
 
 /// What is on record, under a clock that the test holds.
-class TestRecordings : public QObject
+class RecordingsTest : public QObject
 {
     Q_OBJECT
 
 private slots:
-    void init();
-    void plansAreKeptWholeByAnyCut();
-    void camerasHaveDifferentGaps();
-    void subtractsAndMerges();
-    void reachesBackAWeekAndGrows();
-    void segmentsTileTheRecordedTime();
-    void segmentsAreFoundByTimeAndId();
-    void failingCamerasAreNotRecorded();
+    void init()
+    {
+        m_now = noon;
+        m_state = std::make_unique<StateFile>(m_folder.path());
+        m_cameras = std::make_unique<Cameras>(*m_state);
+        m_cameras->setCount(13);
+        m_recordings = std::make_unique<Recordings>(*m_cameras, [this] { return m_now; });
+    }
+
+    void plansAreKeptWholeByAnyCut()
+    {
+        const Seconds whole{noon - 2 * day, noon};
+        for (int camera = 1; camera <= 8; ++camera) {
+            const RecordingPlan plan(camera);
+            QList<Seconds> pieces;
+            for (qint64 from = whole.from; from < whole.to; from += 997)
+                pieces += plan.recorded({from, std::min(from + 997, whole.to)});
+            QCOMPARE(RecordingPlan::merge(pieces), plan.recorded(whole));
+        }
+    }
+
+    void segmentsTileTheRecordedTime()
+    {
+        for (int i = 0; i < 8; ++i) {
+            const Camera &camera = m_cameras->all()[i];
+            const qint64 from = noon - day;
+            const QList<Segment> segments = m_recordings->segments(camera, from * 1000, 100000);
+            QList<Seconds> times;
+            QSet<qint64> ids;
+            for (const Segment &segment : segments) {
+                QVERIFY(segment.time.to - segment.time.from <= Recordings::segmentSeconds);
+                QVERIFY(times.isEmpty() || times.last().to <= segment.time.from);
+                times.append(segment.time);
+                ids.insert(segment.id);
+            }
+            QCOMPARE(ids.size(), segments.size());
+            QCOMPARE(RecordingPlan::merge(times), m_recordings->recorded(camera, {from, noon}));
+        }
+    }
+
+    void segmentsAreFoundByTimeAndId()
+    {
+        const Camera &camera = m_cameras->all()[2];
+        const QList<Segment> all = m_recordings->segments(camera, 0, 100000);
+        QCOMPARE(all.first().time.from, m_recordings->range(camera)->from);
+        QCOMPARE(all.last().time.to, m_recordings->range(camera)->to);
+        const auto firstAfter = [&](qint64 ms) {
+            const QList<Segment> found = m_recordings->segments(camera, ms, 1);
+            return found.isEmpty() ? qint64(-1) : found.first().id;
+        };
+        for (qsizetype i = 1; i < all.size(); i += 37) {
+            QCOMPARE(firstAfter(all[i].time.from * 1000), all[i].id);
+            QCOMPARE(firstAfter(all[i].time.to * 1000 - 1), all[i].id);
+            QCOMPARE(firstAfter(all[i - 1].time.to * 1000), all[i].id);
+            QCOMPARE(m_recordings->segment(all[i].id)->time, all[i].time);
+            QVERIFY(!m_recordings->segment(all[i].id + 1));
+        }
+        QCOMPARE(firstAfter(all.last().time.to * 1000), -1);
+        for (const qint64 id :
+            {qint64(0), qint64(-5), std::numeric_limits<qint64>::max(), all.last().id + 30})
+            QVERIFY(!m_recordings->segment(id));
+    }
+
+    void failingCamerasAreNotRecorded()
+    {
+        const Camera &camera = m_cameras->all()[0];
+        m_cameras->setState(camera.id, "offline", "gone");
+        m_now += 300;
+        QCOMPARE(m_recordings->range(camera)->to, noon);
+        m_cameras->setState(camera.id, "recording", {});
+        m_now += 300;
+        QCOMPARE(m_recordings->recorded(camera, {noon - 60, m_now}),
+            (QList<Seconds>{{noon - 60, noon}, {noon + 300, noon + 570}}));
+    }
 
 private:
     QTemporaryDir m_folder;
@@ -38,121 +104,5 @@ private:
     std::unique_ptr<Recordings> m_recordings;
 };
 
-void TestRecordings::init()
-{
-    m_now = noon;
-    m_state = std::make_unique<StateFile>(m_folder.path());
-    m_cameras = std::make_unique<Cameras>(*m_state);
-    m_cameras->setCount(13);
-    m_recordings = std::make_unique<Recordings>(*m_cameras, [this] { return m_now; });
-}
-
-void TestRecordings::plansAreKeptWholeByAnyCut()
-{
-    const Seconds whole{noon - 2 * day, noon};
-    for (int camera = 1; camera <= 8; ++camera) {
-        const RecordingPlan plan(camera);
-        QList<Seconds> pieces;
-        for (qint64 from = whole.from; from < whole.to; from += 997)
-            pieces += plan.recorded({from, std::min(from + 997, whole.to)});
-        QCOMPARE(RecordingPlan::merge(pieces), plan.recorded(whole));
-    }
-}
-
-void TestRecordings::camerasHaveDifferentGaps()
-{
-    const auto gapLengths = [](int camera) {
-        QSet<qint64> lengths;
-        const Seconds range{noon - 3 * day, noon};
-        const QList<Seconds> gaps = RecordingPlan::subtract({range}, RecordingPlan(camera).recorded(range));
-        for (const Seconds &gap : gaps)
-            lengths.insert(gap.to - gap.from);
-        return lengths;
-    };
-    QCOMPARE(gapLengths(1), QSet<qint64>());
-    QCOMPARE(gapLengths(2), (QSet<qint64>{1, 2}));
-    QCOMPARE(gapLengths(3), (QSet<qint64>{3, 600}));
-    QVERIFY(gapLengths(4).contains({1, 2, 3, 600, 2 * hour}));
-    QVERIFY(RecordingPlan(2).recorded({noon - day, noon}) != RecordingPlan(6).recorded({noon - day, noon}));
-    QVERIFY(RecordingPlan(13).recorded({noon - day, noon}).isEmpty());
-}
-
-void TestRecordings::subtractsAndMerges()
-{
-    const QList<Seconds> whole{{10, 20}, {30, 40}};
-    QCOMPARE(RecordingPlan::subtract(whole, {{0, 10}, {20, 30}, {40, 50}}), whole);
-    QCOMPARE(RecordingPlan::subtract(whole, {{15, 35}}), (QList<Seconds>{{10, 15}, {35, 40}}));
-    QCOMPARE(RecordingPlan::subtract(whole, {{33, 34}, {5, 12}, {11, 13}}),
-        (QList<Seconds>{{13, 20}, {30, 33}, {34, 40}}));
-    QCOMPARE(RecordingPlan::subtract(whole, {{0, 100}}), QList<Seconds>());
-    QCOMPARE(RecordingPlan::merge({{5, 6}, {1, 3}, {3, 4}, {1, 2}}), (QList<Seconds>{{1, 4}, {5, 6}}));
-}
-
-void TestRecordings::reachesBackAWeekAndGrows()
-{
-    const Camera &camera = m_cameras->all()[0];
-    const std::optional<Seconds> before = m_recordings->range(camera);
-    QVERIFY(before);
-    QVERIFY(before->from <= noon - 7 * day);
-    QVERIFY(before->to < noon && before->to >= noon - 31);
-    m_now += 60;
-    QCOMPARE(*m_recordings->range(camera), (Seconds{before->from, before->to + 60}));
-    QVERIFY(m_recordings->recorded(camera, {0, 4 * noon}) == QList<Seconds>{*m_recordings->range(camera)});
-    QVERIFY(!m_recordings->range(m_cameras->all()[12]));
-}
-
-void TestRecordings::segmentsTileTheRecordedTime()
-{
-    for (int i = 0; i < 8; ++i) {
-        const Camera &camera = m_cameras->all()[i];
-        const qint64 from = noon - day;
-        const QList<Segment> segments = m_recordings->segments(camera, from * 1000, 100000);
-        QList<Seconds> times;
-        QSet<qint64> ids;
-        for (const Segment &segment : segments) {
-            QVERIFY(segment.time.to - segment.time.from <= Recordings::segmentSeconds);
-            QVERIFY(times.isEmpty() || times.last().to <= segment.time.from);
-            times.append(segment.time);
-            ids.insert(segment.id);
-        }
-        QCOMPARE(ids.size(), segments.size());
-        QCOMPARE(RecordingPlan::merge(times), m_recordings->recorded(camera, {from, noon}));
-    }
-}
-
-void TestRecordings::segmentsAreFoundByTimeAndId()
-{
-    const Camera &camera = m_cameras->all()[2];
-    const QList<Segment> all = m_recordings->segments(camera, 0, 100000);
-    QCOMPARE(all.first().time.from, m_recordings->range(camera)->from);
-    QCOMPARE(all.last().time.to, m_recordings->range(camera)->to);
-    const auto firstAfter = [&](qint64 ms) {
-        const QList<Segment> found = m_recordings->segments(camera, ms, 1);
-        return found.isEmpty() ? qint64(-1) : found.first().id;
-    };
-    for (qsizetype i = 1; i < all.size(); i += 37) {
-        QCOMPARE(firstAfter(all[i].time.from * 1000), all[i].id);
-        QCOMPARE(firstAfter(all[i].time.to * 1000 - 1), all[i].id);
-        QCOMPARE(firstAfter(all[i - 1].time.to * 1000), all[i].id);
-        QCOMPARE(m_recordings->segment(all[i].id)->time, all[i].time);
-        QVERIFY(!m_recordings->segment(all[i].id + 1));
-    }
-    QCOMPARE(firstAfter(all.last().time.to * 1000), -1);
-    for (const qint64 id : {qint64(0), qint64(-5), std::numeric_limits<qint64>::max(), all.last().id + 30})
-        QVERIFY(!m_recordings->segment(id));
-}
-
-void TestRecordings::failingCamerasAreNotRecorded()
-{
-    const Camera &camera = m_cameras->all()[0];
-    m_cameras->setState(camera.id, "offline", "gone");
-    m_now += 300;
-    QCOMPARE(m_recordings->range(camera)->to, noon);
-    m_cameras->setState(camera.id, "recording", {});
-    m_now += 300;
-    QCOMPARE(m_recordings->recorded(camera, {noon - 60, m_now}),
-        (QList<Seconds>{{noon - 60, noon}, {noon + 300, noon + 570}}));
-}
-
-QTEST_GUILESS_MAIN(TestRecordings)
+QTEST_GUILESS_MAIN(RecordingsTest)
 #include "tst_Recordings.moc"
