@@ -15,13 +15,16 @@ Rectangle {
 
     // Whether the timeline knows what was recorded at that moment.
     readonly property bool _charted: targetTime >= timelineModel.loadedFrom && targetTime < timelineModel.loadedTo
-    // Nothing was recorded here when last looked; looking again does not say otherwise.
-    property bool _foundNothing: false
-    readonly property string _text: cameraId === "" ? Translations.clickCameraToAssign
-        : archive.state === "error" ? Translations.playbackError
-        : archive.state === "no_footage" || archive.state === "ended" ? Translations.noFootageHere
-        : archive.state !== "loading" ? ""
-        : loadStalled || _foundNothing ? Translations.noFootageHere : Translations.loading
+    // How it ended when last tried, "no_footage" or "error"; trying again does not say otherwise.
+    property string _outcome: ""
+    readonly property string _shownState: archive.state !== "loading" ? archive.state
+        : loadStalled ? "no_footage" : _outcome !== "" ? _outcome : "loading"
+    readonly property string _text: cameraId === "" ? Translations.clickCameraToAssign : ({
+        loading: Translations.loading,
+        no_footage: Translations.noFootageHere,
+        ended: Translations.noFootageHere,
+        error: Translations.playbackError
+    })[_shownState] ?? ""
 
     signal closeRequested()
 
@@ -88,7 +91,7 @@ Rectangle {
             } else {
                 stallTimer.stop()
                 root.loadStalled = false
-                root._foundNothing = state === "no_footage"
+                root._outcome = state === "no_footage" || state === "error" ? state : ""
             }
             if (state === "playing" && !root.isPlaying)
                 pause()

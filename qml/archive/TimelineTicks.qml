@@ -20,6 +20,11 @@ Item {
         return Math.ceil((timeline.viewStart + _offsetMs) / step) * step - _offsetMs
     }
 
+    // More than ever while zooming, which ends at 90 days, but an archive may be longer.
+    function _ticksAcross(step: real) : int {
+        return Math.ceil(timeline.range / step) + 1
+    }
+
     visible: timeline.range > 0
 
     TextMetrics {
@@ -29,7 +34,7 @@ Item {
         text: root.timeline.formatTickLabel(0, root.timeline.range)
     }
     Repeater {
-        model: 96
+        model: Math.max(96, root._ticksAcross(root.level.minor))
 
         Rectangle {
             required property int index
@@ -43,7 +48,7 @@ Item {
         }
     }
     Repeater {
-        model: 16
+        model: Math.max(16, root._ticksAcross(root.level.major))
 
         Rectangle {
             id: tick
@@ -60,7 +65,9 @@ Item {
             Text {
                 anchors.horizontalCenter: parent.horizontalCenter
                 y: 20 - baselineOffset
-                visible: Math.round((tick.time + root._offsetMs) / root.level.major) % root._labelStride === 0
+                // One that is cut off by the edge could be misread.
+                visible: tick.x >= width / 2 && tick.x <= root.width - width / 2
+                    && Math.round((tick.time + root._offsetMs) / root.level.major) % root._labelStride === 0
                 text: tick.visible ? root.timeline.formatTickLabel(tick.time, root.timeline.range) : ""
                 color: Theme.textSecondary
                 font.pixelSize: Theme.fontXS

@@ -1,44 +1,21 @@
 #include "archive/ArchivePlayer.h"
 
-#include "app/Logging.h"
+#include "archive/ArchivePlayerTerms.h"
 #include "archive/Instants.h"
 #include "live/MpvObject.h"
 #include "net/ApiClient.h"
 
 #include <cmath>
 
+using namespace ArchivePlayerTerms;
+
 namespace {
 
-constexpr qint64 gapMs = 2000;
 constexpr qint64 driftMs = 2000;
 constexpr int firstLimit = 1;
-constexpr int pageLimit = 20;
 constexpr int prefetchDistance = 8;
 constexpr double seekThreshold = 0.1;
 constexpr double longestPosition = 1e9;
-
-const QString idle = QStringLiteral("idle");
-const QString loading = QStringLiteral("loading");
-const QString playing = QStringLiteral("playing");
-const QString paused = QStringLiteral("paused");
-const QString ended = QStringLiteral("ended");
-const QString noFootage = QStringLiteral("no_footage");
-const QString failed = QStringLiteral("error");
-
-void logDebug(const QString &text)
-{
-    qCDebug(lcPlayback).noquote() << text;
-}
-
-void logInfo(const QString &text)
-{
-    qCInfo(lcPlayback).noquote() << text;
-}
-
-void logWarning(const QString &text)
-{
-    qCWarning(lcPlayback).noquote() << text;
-}
 
 double secondsBetween(qint64 fromMs, qint64 toMs)
 {
@@ -51,11 +28,13 @@ ArchivePlayer::ArchivePlayer(QObject *parent)
     : QObject(parent)
     , m_state(idle)
 {
+    m_retryTimer.setSingleShot(true);
+    connect(&m_retryTimer, &QTimer::timeout, this, &ArchivePlayer::loadAgain);
 }
 
 bool ArchivePlayer::playing() const
 {
-    return m_state == ::playing;
+    return m_state == ArchivePlayerTerms::playing;
 }
 
 void ArchivePlayer::setSpeed(double rate)
@@ -190,7 +169,7 @@ void ArchivePlayer::showAt(qint64 timestampMs)
         m_jumped = true;
     m_lastShowAtMs = timestampMs;
     m_clock.setClock(timestampMs);
-    const bool showing = m_state == ::playing || m_state == paused;
+    const bool showing = m_state == ArchivePlayerTerms::playing || m_state == paused;
     if ((showing && !m_jumped) || m_state == loading)
         return;
 
@@ -214,7 +193,7 @@ void ArchivePlayer::showAt(qint64 timestampMs)
 
 void ArchivePlayer::pause()
 {
-    if (!m_player || m_state != ::playing)
+    if (!m_player || m_state != ArchivePlayerTerms::playing)
         return;
     m_player->setPaused(true);
     setState(paused);
@@ -226,7 +205,7 @@ void ArchivePlayer::resume()
         return;
     m_clock.reset();
     m_player->setPaused(false);
-    setState(::playing);
+    setState(ArchivePlayerTerms::playing);
 }
 
 void ArchivePlayer::stop()
@@ -248,86 +227,6 @@ void ArchivePlayer::forgetSegments()
     m_pendingIndex = -1;
     m_fetchingFirst = false;
     m_fetchingMore = false;
-}
-
-void ArchivePlayer::onSegmentsReceived(
-    const QString &cameraId, const QList<SegmentData> &segments, const QString &requestId)
-{
-    if (!isAwaited(cameraId, requestId))
-        return;
-    if (m_awaitingFirstFrame && !m_fetchingMore && m_metadataMs < 0)
-        m_metadataMs = m_firstFrameTimer.elapsed();
-    m_fetchingFirst = false;
-    const bool appending = std::exchange(m_fetchingMore, false);
-    if (appending) {
-        append(segments);
-    } else {
-        m_segments.replace(segments);
-        m_currentIndex = -1;
-    }
-    logInfo(QStringLiteral("segments received cam=%1 got=%2 total=%3 append=%4")
-                .arg(cameraId)
-                .arg(segments.size())
-                .arg(m_segments.size())
-                .arg(appending ? QStringLiteral("yes") : QStringLiteral("no")));
-    m_emptyResult = m_segments.isEmpty();
-    if (m_emptyResult) {
-        const QString next = m_synchronized ? noFootage : ended;
-        logWarning(QStringLiteral("no segments for cam=%1 → %2 (no recording here?)").arg(cameraId, next));
-        setState(next);
-    } else if (m_pendingSeekMs < 0) {
-        playPending();
-    } else {
-        playFromTarget();
-    }
-}
-
-void ArchivePlayer::append(const QList<SegmentData> &segments)
-{
-    if (!m_segments.append(segments))
-        m_exhausted = true;
-    const int trimmed = m_segments.trim(m_currentIndex);
-    if (trimmed == 0)
-        return;
-    m_currentIndex -= trimmed;
-    if (m_pendingIndex >= 0)
-        m_pendingIndex -= trimmed;
-    logDebug(QStringLiteral("trimmed %1 old segments, keeping %2").arg(trimmed).arg(m_segments.size()));
-}
-
-void ArchivePlayer::playPending()
-{
-    const int index = std::exchange(m_pendingIndex, -1);
-    if (index < 0)
-        return;
-    if (index >= m_segments.size()) {
-        logInfo(QStringLiteral("no further segments after fetch → ended"));
-        setState(ended);
-        return;
-    }
-    playSegment(index, false);
-}
-
-void ArchivePlayer::playFromTarget()
-{
-    const qint64 target = m_pendingSeekMs;
-    m_pendingIndex = -1;
-    if (m_synchronized && m_segments.covering(target) < 0) {
-        logInfo(QStringLiteral("sync: ts=%1 not covered by any segment → no_footage")
-                    .arg(Instants::logText(target)));
-        m_pendingSeekMs = -1;
-        setState(noFootage);
-        return;
-    }
-    int index = m_segments.begunBy(target);
-    if (target > m_segments.at(index).endMs + gapMs && index + 1 < m_segments.size()) {
-        ++index;
-        logInfo(QStringLiteral("target ts=%1 in a gap → skip to next segment idx=%2")
-                    .arg(Instants::logText(target))
-                    .arg(index));
-        m_pendingSeekMs = -1;
-    }
-    playSegment(index, true);
 }
 
 void ArchivePlayer::playSegment(int index, bool showLoading)
@@ -358,7 +257,7 @@ void ArchivePlayer::playSegment(int index, bool showLoading)
     applyRate(m_speed);
     if (showLoading)
         m_awaitingFirstFrame = true;
-    setState(showLoading ? loading : ::playing);
+    setState(showLoading ? loading : ArchivePlayerTerms::playing);
 }
 
 void ArchivePlayer::onFirstFrame()
@@ -373,15 +272,25 @@ void ArchivePlayer::onFirstFrame()
                 .arg(metadata)
                 .arg(total - metadata));
     if (m_state == loading)
-        setState(::playing);
+        setState(ArchivePlayerTerms::playing);
 }
 
 void ArchivePlayer::onItemStateChanged()
 {
-    if (!m_awaitingFirstFrame || !m_player || m_player->state() != failed)
+    if (!m_player || m_player->state() != failed)
         return;
-    m_awaitingFirstFrame = false;
-    setState(failed);
+    if (!std::exchange(m_awaitingFirstFrame, false))
+        m_retryTimer.start(failurePauseMs);
+    else
+        setState(failed);
+}
+
+void ArchivePlayer::loadAgain()
+{
+    if (m_state != ArchivePlayerTerms::playing || !m_player || m_player->state() != failed)
+        return;
+    m_pendingSeekMs = m_currentTime;
+    playSegment(m_currentIndex, true);
 }
 
 void ArchivePlayer::onPositionChanged()
@@ -401,7 +310,7 @@ void ArchivePlayer::onPositionChanged()
 
 void ArchivePlayer::followClock()
 {
-    if (!m_synchronized || m_state != ::playing)
+    if (!m_synchronized || m_state != ArchivePlayerTerms::playing)
         return;
     const double rate = m_clock.rateFor(m_currentTime, m_segments.at(m_currentIndex).endMs, m_speed);
     if (rate != m_appliedRate)
@@ -444,42 +353,11 @@ void ArchivePlayer::onFileEnded()
     playSegment(index + 1, false);
 }
 
-bool ArchivePlayer::fetchMore()
-{
-    if (m_segments.isEmpty() || m_cameraId.isEmpty() || !m_apiClient)
-        return false;
-    m_fetchingMore = true;
-    const qint64 fromMs = m_segments.last().endMs;
-    logInfo(QStringLiteral("fetch more segments from %1 (have %2)")
-                .arg(Instants::logText(fromMs))
-                .arg(m_segments.size()));
-    m_apiClient->fetchSegments(m_cameraId, Instants::toDateTime(fromMs), pageLimit, m_requestId);
-    return true;
-}
-
-void ArchivePlayer::onSegmentsFailed(const QString &cameraId, const QString &error, const QString &requestId)
-{
-    if (!isAwaited(cameraId, requestId))
-        return;
-    logWarning(QStringLiteral("segments fetch failed cam=%1: %2").arg(cameraId, error));
-    m_fetchingFirst = false;
-    m_fetchFailed.start();
-    if (std::exchange(m_fetchingMore, false) && std::exchange(m_pendingIndex, -1) < 0)
-        return;
-    m_awaitingFirstFrame = false;
-    setState(failed);
-}
-
 bool ArchivePlayer::isCovered(qint64 ms) const
 {
     return m_coverage.empty() || std::any_of(m_coverage.begin(), m_coverage.end(), [ms](const auto &span) {
         return span.first <= ms && ms < span.second;
     });
-}
-
-bool ArchivePlayer::isAwaited(const QString &cameraId, const QString &requestId) const
-{
-    return (m_fetchingFirst || m_fetchingMore) && cameraId == m_cameraId && requestId == m_requestId;
 }
 
 void ArchivePlayer::setState(const QString &state)

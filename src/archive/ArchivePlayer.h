@@ -6,6 +6,7 @@
 #include <QElapsedTimer>
 #include <QObject>
 #include <QPointer>
+#include <QTimer>
 #include <QVariantList>
 
 #include <utility>
@@ -82,6 +83,7 @@ signals:
 private:
     void onFirstFrame();
     void onItemStateChanged();
+    void loadAgain();
     void passToken();
     void forgetSegments();
     void append(const QList<SegmentData> &segments);
@@ -97,8 +99,9 @@ private:
     void setState(const QString &state);
     void setCurrentTime(qint64 ms);
 
-    /// How long a failing server is left alone, unless there is nothing else to play.
-    static constexpr qint64 failurePauseMs = 2000;
+    /// How long a failing server is left alone, unless there is nothing else to play, and a file that broke
+    /// off while playing.
+    static constexpr int failurePauseMs = 2000;
 
     QPointer<ApiClient> m_apiClient;
     QPointer<MpvObject> m_player;
@@ -124,6 +127,7 @@ private:
     QString m_requestId;
     QElapsedTimer m_firstFrameTimer;
     QElapsedTimer m_fetchFailed;
+    QTimer m_retryTimer{this};
     bool m_awaitingFirstFrame = false;
     qint64 m_metadataMs = -1;
 };

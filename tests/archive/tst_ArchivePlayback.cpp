@@ -236,6 +236,16 @@ void ArchivePlaybackTest::brokenFileIsAnError()
     QTRY_COMPARE_WITH_TIMEOUT(m_cell.player->state(), "error", 10'000);
     m_files.removeFirst();
     play(0);
+
+    // The file that follows cannot be opened at first, and then not at all.
+    const QByteArray good = std::exchange(m_files[1], QByteArray("nor is this"));
+    m_cell.player->seek(base + segmentMs - 1000);
+    QTRY_VERIFY(!m_server->asked("/segments/1/file").isEmpty());
+    m_files[1] = good;
+    QTRY_VERIFY_WITH_TIMEOUT(shownMs(*m_cell.item) > segmentMs && apart() <= agreementMs, 10'000);
+    m_files[2] = "nor that";
+    m_cell.player->seek(base + 2 * segmentMs - 1000);
+    QTRY_COMPARE_WITH_TIMEOUT(m_cell.player->state(), "error", 10'000);
 }
 
 void ArchivePlaybackTest::staysInStep_data()

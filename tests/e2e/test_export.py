@@ -179,9 +179,9 @@ class ExportTest(EndToEndTest):
         start, end = page.choose_clip(begin, begin + self.clip_minutes * MINUTE)
         pid, used = self.client.pid, []
         before = processes.memory_mb(pid)
-        page.probe.ask("startStalls")
         begun = time.monotonic()
         page.save_clip("long.mp4")
+        page.probe.ask("startStalls")
         while page.export("downloading"):
             used.append(processes.memory_mb(pid))
             time.sleep(0.1)

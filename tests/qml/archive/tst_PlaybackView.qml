@@ -337,7 +337,8 @@ TestCase {
         findChild(shown, "cellStallTimer").triggered()
         compare(text(), "No footage")
         for (const [state, expected] of [["playing", ""], ["no_footage", "No footage"], ["loading", "No footage"],
-            ["ended", "No footage"], ["error", "Playback error"], ["playing", ""]]) {
+            ["ended", "No footage"], ["error", "Playback error"], ["loading", "Playback error"], ["playing", ""],
+            ["loading", "Loading..."], ["playing", ""]]) {
             player.state = state
             compare(text(), expected)
         }
