@@ -8,9 +8,7 @@
 #include <QTemporaryDir>
 #include <QTest>
 
-#include <csignal>
 #include <memory>
-#include <sys/resource.h>
 
 using Answer = ScriptedServer::Answer;
 using Answers = QList<Answer>;
@@ -46,12 +44,6 @@ QByteArray readFile(const QString &path)
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("(no file)");
 }
 
-qint64 residentKb()
-{
-    const QList<QByteArray> pages = readFile("/proc/self/statm").split(' ');
-    return pages.value(1).toLongLong() * 4;
-}
-
 } // namespace
 
 class ExportModelTest : public QObject
@@ -59,32 +51,300 @@ class ExportModelTest : public QObject
     Q_OBJECT
 
 private slots:
-    void initTestCase();
-    void init();
-    void cleanup();
-    void cutsWindows_data();
-    void cutsWindows();
-    void refusesEmptySpans();
-    void appendsWindowsAndRetries_data();
-    void appendsWindowsAndRetries();
-    void givesUpAfterFiveFailures();
-    void givesUpWhenBusyForTooLong();
-    void silentServerCountsAsFailed();
-    void stops_data();
-    void stops();
-    void cancelledWhileSaving();
-    void unwritablePath();
-    void fullDisk();
-    void vanishedFolder();
-    void dyingServer();
-    void memoryStaysFlat();
-    void formatsSizes_data();
-    void formatsSizes();
-    void suggestsFileNames();
+    void initTestCase()
+    {
+        qInstallMessageHandler([](QtMsgType, const QMessageLogContext &, const QString &text) {
+            s_log.append(text);
+            fprintf(stderr, "%s\n", qPrintable(text));
+        });
+    }
+
+    void init()
+    {
+        m_folder = std::make_unique<QTemporaryDir>();
+        m_path = m_folder->filePath("out.mp4");
+        m_server = std::make_unique<ScriptedServer>();
+        m_client = std::make_unique<ApiClient>();
+        m_model = std::make_unique<ExportModel>(m_client.get());
+        m_finished = std::make_unique<QSignalSpy>(m_model.get(), &ExportModel::downloadFinished);
+        m_failed = std::make_unique<QSignalSpy>(m_model.get(), &ExportModel::downloadFailed);
+        m_cancelled = std::make_unique<QSignalSpy>(m_model.get(), &ExportModel::downloadCancelled);
+        m_delays.clear();
+        m_server->on("POST /client-api/auth/login", R"({"access_token":"secret-token"})");
+        QSignalSpy signedIn(m_client.get(), &ApiClient::loginSucceeded);
+        m_client->doLogin(m_server->url(), "op", "pw");
+        QVERIFY(signedIn.wait());
+    }
+
+    void cleanup()
+    {
+        QVERIFY2(s_log.filter(QByteArray("secret-token")).isEmpty(), "the token was logged");
+        m_model.reset();
+        m_client.reset();
+        m_server.reset();
+    }
+
+    void cutsWindows()
+    {
+        const QUrl url = QUrl::fromLocalFile(m_path);
+        m_model->exportDirect("cam", start, start, url);
+        m_model->exportDirect("cam", {}, start, url);
+        m_model->exportDirect("cam", start, {}, url);
+        QVERIFY(!m_model->downloading());
+
+        for (const QList<qint64> &ends : {QList<qint64>{1}, {windowMs}, {windowMs, windowMs + 1}}) {
+            const qsizetype before = m_server->requests().size();
+            QSignalSpy progress(m_model.get(), &ExportModel::progressChanged);
+            begin(ends.last(), Answers(ends.size(), Answer{200, "x"}));
+            pump();
+            QCOMPARE(m_finished->takeFirst().first().toString(), m_path);
+            QCOMPARE(m_model->progress(), 1.0);
+            const auto requests = m_server->requests().mid(before);
+            QCOMPARE(requests.size(), ends.size());
+            qint64 from = 0;
+            for (qsizetype i = 0; i < ends.size(); ++i) {
+                const auto sent = [&](const char *key) {
+                    return start.msecsTo(QDateTime::fromString(requests[i].item(key), Qt::ISODateWithMs));
+                };
+                QCOMPARE(sent("from"), from);
+                QCOMPARE(sent("to"), ends[i]);
+                QCOMPARE(sent("origin"), 0);
+                QCOMPARE(requests[i].item("camera_id"), "cam 1");
+                QCOMPARE(requests[i].headers["authorization"], "Bearer " + QByteArray("secret-token"));
+                from = ends[i];
+            }
+        }
+    }
+
+    void appendsWindowsAndRetries_data()
+    {
+        QTest::addColumn<Answers>("answers");
+        QTest::addColumn<QByteArray>("written");
+        QTest::addColumn<QString>("inits");
+        QTest::addColumn<QList<int>>("delays");
+        QTest::addColumn<bool>("isPartial");
+        const Answer busy{429};
+        const Answer none{204};
+
+        QTest::newRow("three windows")
+            << Answers{{200, content(0)}, {200, content(1)}, {200, content(2)}}
+            << content(0) + content(1) + content(2) << "100" << QList<int>{} << false;
+        QTest::newRow("no footage at first") << Answers{none, {200, content(1)}, {200, content(2)}}
+                                             << content(1) + content(2) << "110" << QList<int>{} << false;
+        QTest::newRow("empty answer has no header")
+            << Answers{{200}, {200, content(1)}, none} << content(1) << "110" << QList<int>{} << false;
+        QTest::newRow("gap inside, said once")
+            << Answers{partial({200, content(0)}), {200, content(1)}, {200, content(2)}}
+            << content(0) + content(1) + content(2) << "100" << QList<int>{} << true;
+        QTest::newRow("gap in an empty window")
+            << Answers{{200, content(0)}, partial(none), {200, content(2)}} << content(0) + content(2)
+            << "100" << QList<int>{} << true;
+        QTest::newRow("first window breaks")
+            << Answers{broken(0), {200, content(0)}, {200, content(1)}, none} << content(0) + content(1)
+            << "1100" << QList<int>{1000} << false;
+        QTest::newRow("middle window breaks four times") << Answers{{200, content(0)}, broken(1), broken(1),
+            {503, "busy"}, broken(1), {200, content(1)}, {200, content(2)}}
+                                                         << content(0) + content(1) + content(2) << "1000000"
+                                                         << QList<int>{1000, 2000, 4000, 8000} << false;
+        QTest::newRow("counts start anew in each window")
+            << Answers{broken(0), broken(0), {200, content(0)}, broken(1), {200, content(1)}, none}
+            << content(0) + content(1) << "111000" << QList<int>{1000, 2000, 1000} << false;
+        QTest::newRow("busy does not count as failure")
+            << Answers{busy, broken(0), busy, {200, content(0)}, none, none} << content(0) << "111100"
+            << QList<int>{5000, 1000, 5000} << false;
+        QTest::newRow("a success of another kind is none")
+            << Answers{{206, content(0)}, {200, content(0)}, none, none} << content(0) << "1100"
+            << QList<int>{1000} << false;
+        QTest::newRow("partial counts only with success")
+            << Answers{partial({500, "x"}), {200, content(0)}, none, none} << content(0) << "1100"
+            << QList<int>{1000} << false;
+        QTest::newRow("nothing recorded at all")
+            << Answers{none, none, none} << QByteArray() << "111" << QList<int>{} << true;
+    }
+
+    void appendsWindowsAndRetries()
+    {
+        QFETCH(Answers, answers);
+        QFETCH(QByteArray, written);
+        QFETCH(QString, inits);
+        QFETCH(QList<int>, delays);
+        QFETCH(bool, isPartial);
+
+        begin(3 * windowMs, answers);
+        QVERIFY(m_model->downloading());
+        QVERIFY(!QFile::exists(m_path));
+        pump();
+
+        QCOMPARE(m_finished->count(), 1);
+        QVERIFY(readFile(m_path) == written);
+        QCOMPARE(leftovers(), QStringList{"out.mp4"});
+        QCOMPARE(m_model->downloadedBytes(), written.size());
+        QCOMPARE(m_delays, delays);
+        QCOMPARE(m_model->partial(), isPartial);
+        QVERIFY(m_model->error().isEmpty());
+        QString sent;
+        for (const auto &request : m_server->asked("export/stream"))
+            sent += request.item("init");
+        QCOMPARE(sent, inits);
+    }
+
+    void givesUpAfterFiveFailures()
+    {
+        QFile before(m_path);
+        QVERIFY(before.open(QIODevice::WriteOnly) && before.write("older export") > 0);
+        before.close();
+
+        const Answer refused = Answer{500, R"({"error":"archive is offline"})"};
+        begin(windowMs, {broken(0), refused, refused, broken(0), refused, {200, content(0)}});
+        pump();
+        QCOMPARE(m_failed->count(), 1);
+        QCOMPARE(m_failed->first().first().toString(), "archive is offline");
+        QCOMPARE(m_model->error(), "archive is offline");
+        QCOMPARE(m_delays, (QList<int>{1000, 2000, 4000, 8000}));
+        QCOMPARE(readFile(m_path), "older export");
+        QCOMPARE(leftovers(), QStringList{"out.mp4"});
+
+        begin(windowMs, {{200, content(0)}});
+        QVERIFY(m_model->error().isEmpty());
+        pump();
+        QVERIFY(readFile(m_path) == content(0));
+    }
+
+    void givesUpWhenBusyForTooLong()
+    {
+        begin(windowMs, Answers(121, Answer{429}) + Answers{{200, content(0)}});
+        pump();
+        QCOMPARE(m_failed->count(), 1);
+        QCOMPARE(m_delays, QList<int>(120, 5000));
+        QCOMPARE(leftovers(), QStringList());
+    }
+
+    void silentServerCountsAsFailed()
+    {
+        Answer hanging{200, content(0)};
+        hanging.hangAfter = 100'000;
+        Answer silent;
+        silent.held = true;
+        begin(windowMs, {hanging, silent, {200, content(0)}});
+        for (int failures = 1; failures <= 2; ++failures) {
+            QTRY_COMPARE(m_server->asked("export/stream").size(), failures);
+            if (failures == 1)
+                QTRY_VERIFY(m_model->downloadedBytes() > 0);
+            QCOMPARE(timer("stallTimer")->interval(), 60'000);
+            timer("stallTimer")->start(0);
+            QTRY_VERIFY(timer("retryTimer")->isActive());
+            timer("retryTimer")->start(0);
+        }
+        pump();
+        QCOMPARE(m_finished->count(), 1);
+        QVERIFY(readFile(m_path) == content(0));
+    }
+
+    void stops_data()
+    {
+        QTest::addColumn<Answers>("answers");
+        QTest::addColumn<QString>("when");
+        QTest::addColumn<bool>("bySigningOut");
+        const Answer hanging{.body = content(0), .hangAfter = 100'000};
+        QTest::newRow("before the answer") << Answers{{.held = true}} << "asked" << false;
+        QTest::newRow("inside a window") << Answers{{200, content(0)}, hanging} << "data" << false;
+        QTest::newRow("while waiting to retry") << Answers{{500}} << "retry" << false;
+        QTest::newRow("inside a window, signed out") << Answers{hanging} << "data" << true;
+        QTest::newRow("while waiting to retry, signed out") << Answers{{500}} << "retry" << true;
+    }
+
+    void stops()
+    {
+        QFETCH(Answers, answers);
+        QFETCH(QString, when);
+        QFETCH(bool, bySigningOut);
+        begin(2 * windowMs, answers);
+        QTRY_COMPARE(m_server->asked("export/stream").size(), answers.size());
+        if (when == "data")
+            QTRY_VERIFY(m_model->downloadedBytes() > 0);
+        if (when == "retry")
+            QTRY_VERIFY(timer("retryTimer")->isActive());
+
+        if (bySigningOut) {
+            m_model->endSession();
+            QCOMPARE(m_failed->count(), 1);
+            QCOMPARE(m_model->error(), "The session ended before the export was complete");
+        } else {
+            m_model->cancel();
+            m_model->cancel();
+            QCOMPARE(m_cancelled->count(), 1);
+            QCOMPARE(m_model->downloadedBytes(), 0);
+            QCOMPARE(m_model->progress(), 0.0);
+        }
+        QVERIFY(!m_model->downloading());
+        QCOMPARE(leftovers(), QStringList());
+        QVERIFY(!timer("retryTimer")->isActive());
+
+        begin(windowMs, {{200, content(0)}});
+        QCOMPARE(m_model->error(), QString());
+        pump();
+        QVERIFY(readFile(m_path) == content(0));
+        QCOMPARE(m_model->savedPath(), m_path);
+        QCOMPARE(m_failed->count() + m_cancelled->count(), 1);
+        m_model->endSession();
+        QCOMPARE(m_model->savedPath(), QString());
+    }
+
+    void cancelledWhileSaving()
+    {
+        begin(windowMs, {{200, content(0)}});
+        connect(m_model.get(), &ExportModel::progressChanged, m_model.get(),
+            [this] { QMetaObject::invokeMethod(m_model.get(), &ExportModel::cancel, Qt::QueuedConnection); });
+        QTRY_VERIFY(!m_model->downloading());
+        QCOMPARE(m_cancelled->count() + m_finished->count(), 1);
+        QCOMPARE(leftovers().isEmpty(), m_cancelled->count() == 1);
+    }
+
+    void unwritablePath()
+    {
+        m_path = m_folder->filePath("no/such/folder/out.mp4");
+        begin(windowMs, {{200, content(0)}});
+        QVERIFY(!m_model->downloading());
+        QCOMPARE(m_failed->count(), 1);
+        QCOMPARE(m_model->error(), "Cannot write to " + m_path);
+        m_model->exportDirect("cam", start, start.addSecs(1), QUrl("https://example.com/out.mp4"));
+        QCOMPARE(m_failed->count(), 2);
+        QVERIFY(m_server->asked("export/stream").isEmpty());
+    }
+
+    void suggestsFileNames()
+    {
+        const QDateTime from({2024, 5, 3}, {14, 5});
+        const QDateTime to({2024, 5, 3}, {14, 20});
+        QCOMPARE(m_model->suggestFileName("Gate 1/North", from, to),
+            "Gate_1_North_2024-05-03_14-05_2024-05-03_14-20.mp4");
+        QCOMPARE(m_model->suggestFileName("Въезд-2 (юг)\\..:*", from, to),
+            "Въезд-2__юг_______2024-05-03_14-05_2024-05-03_14-20.mp4");
+    }
 
 private:
-    void begin(qint64 lengthMs, const Answers &answers);
-    void pump();
+    void begin(qint64 lengthMs, const Answers &answers)
+    {
+        auto left = std::make_shared<Answers>(answers);
+        m_server->otherwise(
+            [left](const auto &) { return left->isEmpty() ? Answer{.status = 404} : left->takeFirst(); });
+        m_model->exportDirect("cam 1", start, start.addMSecs(lengthMs), QUrl::fromLocalFile(m_path));
+    }
+
+    void pump()
+    {
+        QTimer *retry = timer("retryTimer");
+        while (m_model->downloading()) {
+            if (retry->isActive()) {
+                m_delays.append(retry->interval());
+                retry->start(0);
+                QTRY_VERIFY(!retry->isActive() || retry->interval() > 0);
+            } else {
+                QTest::qWait(1);
+            }
+        }
+    }
+
     QTimer *timer(const char *name) const { return m_model->findChild<QTimer *>(name); }
     QStringList leftovers() const { return QDir(m_folder->path()).entryList(QDir::Files | QDir::Hidden); }
 
@@ -100,404 +360,7 @@ private:
     static inline QStringList s_log;
 };
 
-void ExportModelTest::initTestCase()
-{
-    qInstallMessageHandler([](QtMsgType, const QMessageLogContext &, const QString &text) {
-        s_log.append(text);
-        fprintf(stderr, "%s\n", qPrintable(text));
-    });
-}
-
-void ExportModelTest::init()
-{
-    m_folder = std::make_unique<QTemporaryDir>();
-    m_path = m_folder->filePath("out.mp4");
-    m_server = std::make_unique<ScriptedServer>();
-    m_client = std::make_unique<ApiClient>();
-    m_model = std::make_unique<ExportModel>(m_client.get());
-    m_finished = std::make_unique<QSignalSpy>(m_model.get(), &ExportModel::downloadFinished);
-    m_failed = std::make_unique<QSignalSpy>(m_model.get(), &ExportModel::downloadFailed);
-    m_cancelled = std::make_unique<QSignalSpy>(m_model.get(), &ExportModel::downloadCancelled);
-    m_delays.clear();
-    m_server->on("POST /client-api/auth/login", R"({"access_token":"secret-token"})");
-    QSignalSpy signedIn(m_client.get(), &ApiClient::loginSucceeded);
-    m_client->doLogin(m_server->url(), "op", "pw");
-    QVERIFY(signedIn.wait());
-}
-
-void ExportModelTest::cleanup()
-{
-    QVERIFY2(s_log.filter(QByteArray("secret-token")).isEmpty(), "the token was logged");
-    m_model.reset();
-    m_client.reset();
-    m_server.reset();
-}
-
 /// Starts an export that is given these answers, and then "404" for ever.
-void ExportModelTest::begin(qint64 lengthMs, const Answers &answers)
-{
-    auto left = std::make_shared<Answers>(answers);
-    m_server->otherwise(
-        [left](const auto &) { return left->isEmpty() ? Answer{.status = 404} : left->takeFirst(); });
-    m_model->exportDirect("cam 1", start, start.addMSecs(lengthMs), QUrl::fromLocalFile(m_path));
-}
-
 /// Runs the export to its end without waiting for its retry delays, which are noted.
-void ExportModelTest::pump()
-{
-    QTimer *retry = timer("retryTimer");
-    while (m_model->downloading()) {
-        if (retry->isActive()) {
-            m_delays.append(retry->interval());
-            retry->start(0);
-            QTRY_VERIFY(!retry->isActive() || retry->interval() > 0);
-        } else {
-            QTest::qWait(1);
-        }
-    }
-}
-
-void ExportModelTest::cutsWindows_data()
-{
-    QTest::addColumn<qint64>("length");
-    QTest::addColumn<QList<qint64>>("ends");
-    QTest::newRow("one millisecond") << qint64(1) << QList<qint64>{1};
-    QTest::newRow("five minutes") << windowMs << QList<qint64>{windowMs};
-    QTest::newRow("a millisecond more") << windowMs + 1 << QList<qint64>{windowMs, windowMs + 1};
-    QTest::newRow("twelve minutes") << 720'000LL << QList<qint64>{windowMs, 2 * windowMs, 720'000};
-}
-
-void ExportModelTest::cutsWindows()
-{
-    QFETCH(qint64, length);
-    QFETCH(QList<qint64>, ends);
-    QSignalSpy progress(m_model.get(), &ExportModel::progressChanged);
-    begin(length, Answers(ends.size(), Answer{200, "x"}));
-    pump();
-    QCOMPARE(m_finished->count(), 1);
-    QCOMPARE(m_finished->first().first().toString(), m_path);
-    QCOMPARE(progress.count(), ends.size());
-    QCOMPARE(m_model->progress(), 1.0);
-
-    const auto requests = m_server->asked("export/stream");
-    QCOMPARE(requests.size(), ends.size());
-    qint64 from = 0;
-    for (qsizetype i = 0; i < ends.size(); ++i) {
-        const auto sent = [&](const char *key) {
-            return start.msecsTo(QDateTime::fromString(requests[i].item(key), Qt::ISODateWithMs));
-        };
-        QCOMPARE(sent("from"), from);
-        QCOMPARE(sent("to"), ends[i]);
-        QCOMPARE(sent("origin"), 0);
-        QCOMPARE(requests[i].item("camera_id"), "cam 1");
-        QCOMPARE(requests[i].headers["authorization"], "Bearer " + QByteArray("secret-token"));
-        from = ends[i];
-    }
-}
-
-void ExportModelTest::refusesEmptySpans()
-{
-    const QUrl url = QUrl::fromLocalFile(m_path);
-    m_model->exportDirect("cam", start, start, url);
-    m_model->exportDirect("cam", start, start.addMSecs(-1), url);
-    m_model->exportDirect("cam", {}, start, url);
-    m_model->exportDirect("cam", start, {}, url);
-    QVERIFY(!m_model->downloading());
-    QCOMPARE(leftovers(), QStringList());
-}
-
-void ExportModelTest::appendsWindowsAndRetries_data()
-{
-    QTest::addColumn<Answers>("answers");
-    QTest::addColumn<QByteArray>("written");
-    QTest::addColumn<QString>("inits");
-    QTest::addColumn<QList<int>>("delays");
-    QTest::addColumn<bool>("isPartial");
-    const Answer busy{429};
-    const Answer none{204};
-
-    QTest::newRow("three windows") << Answers{{200, content(0)}, {200, content(1)}, {200, content(2)}}
-                                   << content(0) + content(1) + content(2) << "100" << QList<int>{} << false;
-    QTest::newRow("no footage at first") << Answers{none, {200, content(1)}, {200, content(2)}}
-                                         << content(1) + content(2) << "110" << QList<int>{} << false;
-    QTest::newRow("empty answer has no header")
-        << Answers{{200}, {200, content(1)}, none} << content(1) << "110" << QList<int>{} << false;
-    QTest::newRow("gap inside, said once")
-        << Answers{partial({200, content(0)}), {200, content(1)}, {200, content(2)}}
-        << content(0) + content(1) + content(2) << "100" << QList<int>{} << true;
-    QTest::newRow("gap in an empty window") << Answers{{200, content(0)}, partial(none), {200, content(2)}}
-                                            << content(0) + content(2) << "100" << QList<int>{} << true;
-    QTest::newRow("first window breaks") << Answers{broken(0), {200, content(0)}, {200, content(1)}, none}
-                                         << content(0) + content(1) << "1100" << QList<int>{1000} << false;
-    QTest::newRow("middle window breaks four times")
-        << Answers{{200, content(0)}, broken(1), broken(1), {503, "busy"}, broken(1), {200, content(1)},
-               {200, content(2)}}
-        << content(0) + content(1) + content(2) << "1000000" << QList<int>{1000, 2000, 4000, 8000} << false;
-    QTest::newRow("counts start anew in each window")
-        << Answers{broken(0), broken(0), {200, content(0)}, broken(1), {200, content(1)}, none}
-        << content(0) + content(1) << "111000" << QList<int>{1000, 2000, 1000} << false;
-    QTest::newRow("busy does not count as failure")
-        << Answers{busy, broken(0), busy, {200, content(0)}, none, none} << content(0) << "111100"
-        << QList<int>{5000, 1000, 5000} << false;
-    QTest::newRow("a success of another kind is none")
-        << Answers{{206, content(0)}, {200, content(0)}, none, none} << content(0) << "1100"
-        << QList<int>{1000} << false;
-    QTest::newRow("partial counts only with success")
-        << Answers{partial({500, "x"}), {200, content(0)}, none, none} << content(0) << "1100"
-        << QList<int>{1000} << false;
-    QTest::newRow("nothing recorded at all")
-        << Answers{none, none, none} << QByteArray() << "111" << QList<int>{} << true;
-}
-
-void ExportModelTest::appendsWindowsAndRetries()
-{
-    QFETCH(Answers, answers);
-    QFETCH(QByteArray, written);
-    QFETCH(QString, inits);
-    QFETCH(QList<int>, delays);
-    QFETCH(bool, isPartial);
-
-    begin(3 * windowMs, answers);
-    QVERIFY(m_model->downloading());
-    QVERIFY(!QFile::exists(m_path));
-    pump();
-
-    QCOMPARE(m_finished->count(), 1);
-    QVERIFY(readFile(m_path) == written);
-    QCOMPARE(leftovers(), QStringList{"out.mp4"});
-    QCOMPARE(m_model->downloadedBytes(), written.size());
-    QCOMPARE(m_delays, delays);
-    QCOMPARE(m_model->partial(), isPartial);
-    QVERIFY(m_model->error().isEmpty());
-    QString sent;
-    for (const auto &request : m_server->asked("export/stream"))
-        sent += request.item("init");
-    QCOMPARE(sent, inits);
-}
-
-void ExportModelTest::givesUpAfterFiveFailures()
-{
-    QFile before(m_path);
-    QVERIFY(before.open(QIODevice::WriteOnly) && before.write("older export") > 0);
-    before.close();
-
-    const Answer refused = Answer{500, R"({"error":"archive is offline"})"};
-    begin(windowMs, {broken(0), refused, refused, broken(0), refused, {200, content(0)}});
-    pump();
-    QCOMPARE(m_failed->count(), 1);
-    QCOMPARE(m_failed->first().first().toString(), "archive is offline");
-    QCOMPARE(m_model->error(), "archive is offline");
-    QCOMPARE(m_delays, (QList<int>{1000, 2000, 4000, 8000}));
-    QCOMPARE(readFile(m_path), "older export");
-    QCOMPARE(leftovers(), QStringList{"out.mp4"});
-
-    begin(windowMs, {{200, content(0)}});
-    QVERIFY(m_model->error().isEmpty());
-    pump();
-    QVERIFY(readFile(m_path) == content(0));
-}
-
-void ExportModelTest::givesUpWhenBusyForTooLong()
-{
-    begin(windowMs, Answers(121, Answer{429}) + Answers{{200, content(0)}});
-    pump();
-    QCOMPARE(m_failed->count(), 1);
-    QCOMPARE(m_delays, QList<int>(120, 5000));
-    QCOMPARE(leftovers(), QStringList());
-}
-
-void ExportModelTest::silentServerCountsAsFailed()
-{
-    Answer hanging{200, content(0)};
-    hanging.hangAfter = 100'000;
-    Answer silent;
-    silent.held = true;
-    begin(windowMs, {hanging, silent, {200, content(0)}});
-    for (int failures = 1; failures <= 2; ++failures) {
-        QTRY_COMPARE(m_server->asked("export/stream").size(), failures);
-        if (failures == 1)
-            QTRY_VERIFY(m_model->downloadedBytes() > 0);
-        QCOMPARE(timer("stallTimer")->interval(), 60'000);
-        timer("stallTimer")->start(0);
-        QTRY_VERIFY(timer("retryTimer")->isActive());
-        timer("retryTimer")->start(0);
-    }
-    pump();
-    QCOMPARE(m_finished->count(), 1);
-    QVERIFY(readFile(m_path) == content(0));
-}
-
-void ExportModelTest::stops_data()
-{
-    QTest::addColumn<Answers>("answers");
-    QTest::addColumn<QString>("when");
-    QTest::addColumn<bool>("bySigningOut");
-    Answer hanging{200, content(0)};
-    hanging.hangAfter = 100'000;
-    Answer silent;
-    silent.held = true;
-    for (const bool bySigningOut : {false, true}) {
-        const auto row = [bySigningOut](const char *name, const Answers &answers, const char *when) {
-            QTest::addRow("%s, %s", bySigningOut ? "signed out" : "cancelled", name)
-                << answers << when << bySigningOut;
-        };
-        row("before the answer", {silent}, "asked");
-        row("inside a window", {hanging}, "data");
-        row("inside a later window", {{200, content(0)}, hanging}, "data");
-        row("while waiting to retry", {{500}}, "retry");
-    }
-}
-
-void ExportModelTest::stops()
-{
-    QFETCH(Answers, answers);
-    QFETCH(QString, when);
-    QFETCH(bool, bySigningOut);
-    begin(2 * windowMs, answers);
-    QTRY_COMPARE(m_server->asked("export/stream").size(), answers.size());
-    if (when == "data")
-        QTRY_VERIFY(m_model->downloadedBytes() > 0);
-    if (when == "retry")
-        QTRY_VERIFY(timer("retryTimer")->isActive());
-
-    if (bySigningOut) {
-        m_model->endSession();
-        QCOMPARE(m_failed->count(), 1);
-        QCOMPARE(m_model->error(), "The session ended before the export was complete");
-    } else {
-        m_model->cancel();
-        m_model->cancel();
-        QCOMPARE(m_cancelled->count(), 1);
-        QCOMPARE(m_model->downloadedBytes(), 0);
-        QCOMPARE(m_model->progress(), 0.0);
-    }
-    QVERIFY(!m_model->downloading());
-    QCOMPARE(leftovers(), QStringList());
-    QVERIFY(!timer("retryTimer")->isActive());
-
-    begin(windowMs, {{200, content(0)}});
-    QCOMPARE(m_model->error(), QString());
-    pump();
-    QVERIFY(readFile(m_path) == content(0));
-    QCOMPARE(m_model->savedPath(), m_path);
-    QCOMPARE(m_failed->count() + m_cancelled->count(), 1);
-    m_model->endSession();
-    QCOMPARE(m_model->savedPath(), QString());
-}
-
-void ExportModelTest::cancelledWhileSaving()
-{
-    begin(windowMs, {{200, content(0)}});
-    connect(m_model.get(), &ExportModel::progressChanged, m_model.get(),
-        [this] { QMetaObject::invokeMethod(m_model.get(), &ExportModel::cancel, Qt::QueuedConnection); });
-    QTRY_VERIFY(!m_model->downloading());
-    QCOMPARE(m_cancelled->count() + m_finished->count(), 1);
-    QCOMPARE(leftovers().isEmpty(), m_cancelled->count() == 1);
-}
-
-void ExportModelTest::unwritablePath()
-{
-    m_path = m_folder->filePath("no/such/folder/out.mp4");
-    begin(windowMs, {{200, content(0)}});
-    QVERIFY(!m_model->downloading());
-    QCOMPARE(m_failed->count(), 1);
-    QCOMPARE(m_model->error(), "Cannot write to " + m_path);
-    m_model->exportDirect("cam", start, start.addSecs(1), QUrl("https://example.com/out.mp4"));
-    QCOMPARE(m_failed->count(), 2);
-    QVERIFY(m_server->asked("export/stream").isEmpty());
-}
-
-void ExportModelTest::fullDisk()
-{
-    rlimit before{};
-    getrlimit(RLIMIT_FSIZE, &before);
-    const auto handler = std::signal(SIGXFSZ, SIG_IGN);
-    const rlimit small{450'000, before.rlim_max};
-    setrlimit(RLIMIT_FSIZE, &small);
-    begin(3 * windowMs, {{200, content(0)}, {200, content(1)}, {200, content(2)}});
-    pump();
-    setrlimit(RLIMIT_FSIZE, &before);
-    std::signal(SIGXFSZ, handler);
-
-    QCOMPARE(m_failed->count(), 1);
-    QCOMPARE(m_model->error(), "Disk write failed: " + m_path);
-    QCOMPARE(leftovers(), QStringList());
-}
-
-void ExportModelTest::vanishedFolder()
-{
-    Answer hanging{200, content(1)};
-    hanging.hangAfter = 100'000;
-    begin(2 * windowMs, {{200, content(0)}, hanging, {200, content(1)}});
-    QTRY_COMPARE(m_server->asked("export/stream").size(), 2);
-    QVERIFY(m_folder->remove());
-    timer("stallTimer")->start(0);
-    pump();
-    QCOMPARE(m_failed->count(), 1);
-    QCOMPARE(m_model->error(), "Failed to save " + m_path);
-}
-
-void ExportModelTest::dyingServer()
-{
-    begin(3 * windowMs, {{200, content(0)}, broken(1)});
-    QTRY_COMPARE(m_server->asked("export/stream").size(), 2);
-    m_server->die();
-    pump();
-    QCOMPARE(m_failed->count(), 1);
-    QVERIFY(!m_model->error().isEmpty());
-    QCOMPARE(m_delays.size(), 4);
-    QCOMPARE(leftovers(), QStringList());
-}
-
-void ExportModelTest::memoryStaysFlat()
-{
-    constexpr int windows = 12;
-    constexpr qint64 windowBytes = 16'000'000;
-    Answer large;
-    large.streamBytes = windowBytes;
-    begin(windows * windowMs, Answers(windows, large));
-    QTRY_VERIFY(m_model->progress() > 0);
-    const qint64 before = residentKb();
-    qint64 most = before;
-    QSignalSpy bytes(m_model.get(), &ExportModel::downloadedBytesChanged);
-    connect(m_model.get(), &ExportModel::downloadedBytesChanged, this,
-        [&] { most = std::max(most, residentKb()); });
-    QTRY_VERIFY_WITH_TIMEOUT(!m_model->downloading(), 60'000);
-    QCOMPARE(QFileInfo(m_path).size(), windows * windowBytes);
-    QVERIFY(bytes.count() >= windows - 1);
-    QVERIFY2(most - before < 64'000, qPrintable(QStringLiteral("grew by %1 KB").arg(most - before)));
-}
-
-void ExportModelTest::formatsSizes_data()
-{
-    QTest::addColumn<qint64>("bytes");
-    QTest::addColumn<QString>("text");
-    QTest::newRow("negative") << qint64(-1) << "—";
-    QTest::newRow("zero") << qint64(0) << "—";
-    QTest::newRow("under a kilobyte") << qint64(512) << "0 KB";
-    QTest::newRow("cut, not rounded") << qint64(2047) << "1 KB";
-    QTest::newRow("most kilobytes") << qint64(1'048'575) << "1023 KB";
-    QTest::newRow("megabyte") << qint64(1'048'576) << "1.0 MB";
-    QTest::newRow("gigabyte") << qint64(1'073'741'824) << "1.00 GB";
-    QTest::newRow("large") << qint64(5'500'000'000) << "5.12 GB";
-}
-
-void ExportModelTest::formatsSizes()
-{
-    QFETCH(qint64, bytes);
-    QFETCH(QString, text);
-    QCOMPARE(m_model->formatSize(bytes), text);
-}
-
-void ExportModelTest::suggestsFileNames()
-{
-    const QDateTime from({2024, 5, 3}, {14, 5});
-    const QDateTime to({2024, 5, 3}, {14, 20});
-    QCOMPARE(m_model->suggestFileName("Gate 1/North", from, to),
-        "Gate_1_North_2024-05-03_14-05_2024-05-03_14-20.mp4");
-    QCOMPARE(m_model->suggestFileName("Въезд-2 (юг)\\..:*", from, to),
-        "Въезд-2__юг_______2024-05-03_14-05_2024-05-03_14-20.mp4");
-}
-
 QTEST_GUILESS_MAIN(ExportModelTest)
 #include "tst_ExportModel.moc"

@@ -15,11 +15,6 @@ namespace {
 constexpr qint64 hourMs = 3'600'000;
 const QDateTime noon({2024, 5, 3}, {12, 0}, Qt::UTC);
 
-QByteArray iso(qint64 offsetMs)
-{
-    return noon.addMSecs(offsetMs).toString(Qt::ISODateWithMs).toUtf8();
-}
-
 qint64 at(qint64 offsetMs)
 {
     return noon.toMSecsSinceEpoch() + offsetMs;
@@ -28,6 +23,17 @@ qint64 at(qint64 offsetMs)
 QVariantMap span(qint64 start, qint64 end)
 {
     return {{"start", start}, {"end", end}};
+}
+
+QByteArray rangeJson(qint64 earliestOffset, qint64 latestOffset)
+{
+    return QJsonDocument(QJsonObject{{"earliest", at(earliestOffset)}, {"latest", at(latestOffset)}})
+        .toJson();
+}
+
+QByteArray spansJson(qint64 start, qint64 end)
+{
+    return QJsonDocument(QJsonArray{QJsonObject::fromVariantMap(span(start, end))}).toJson();
 }
 
 qint64 sentMs(const QString &text)
@@ -42,25 +48,305 @@ class TimelineModelTest : public QObject
     Q_OBJECT
 
 private slots:
-    void init();
-    void cleanup();
-    void asksForRangeThenSpans_data();
-    void asksForRangeThenSpans();
-    void asksOncePerCamera();
-    void rangeFailureEmptiesTheRange();
-    void visibleRangeIsAskedForOnceAndWidely();
-    void dropsAnswersToEarlierQuestions();
-    void failureKeepsTheSpans();
-    void refreshFollowsTheRecording();
-    void refreshOfSeveralCameras();
-    void batchDerivesItsRange();
-    void batchIgnoresOtherCameras();
-    void malformedAnswers_data();
-    void malformedAnswers();
+    void init()
+    {
+        m_server = std::make_unique<ScriptedServer>();
+        m_client = std::make_unique<ApiClient>();
+        m_model = std::make_unique<TimelineModel>(m_client.get());
+        m_range = rangeJson(-24 * hourMs, 0);
+        m_spans = "[]";
+        m_batch = R"({"per_camera":{},"merged":[]})";
+        m_server->otherwise([this](const ScriptedServer::Request &request) -> ScriptedServer::Answer {
+            if (request.path().endsWith("recording-range"))
+                return {.body = m_range};
+            return {.body = request.path().endsWith("batch-timeline") ? m_batch : m_spans};
+        });
+        m_server->on("POST /client-api/auth/login", R"({"access_token":"secret-token"})");
+        QSignalSpy signedIn(m_client.get(), &ApiClient::loginSucceeded);
+        m_client->doLogin(m_server->url(), "op", "pw");
+        QVERIFY(signedIn.wait());
+    }
+
+    void cleanup()
+    {
+        m_model.reset();
+        m_client.reset();
+        m_server.reset();
+    }
+
+    void asksForRangeThenSpans()
+    {
+        for (const qint64 length : {24 * hourMs, hourMs}) {
+            const QString camera = QString("cam%1").arg(length);
+            m_range = rangeJson(-length, 0);
+            m_spans = spansJson(at(-2000), at(-1000));
+            m_model->loadTimeline(camera);
+            QVERIFY(m_model->loading());
+            QTRY_VERIFY(!m_model->loading());
+            QVERIFY(m_model->hasData());
+            QCOMPARE(m_model->earliest(), at(-length));
+            QCOMPARE(m_model->latest(), at(0));
+            QCOMPARE(m_model->spans(), QVariantList{span(at(-2000), at(-1000))});
+            const auto requests = m_server->asked(camera.toUtf8() + "/timeline");
+            QCOMPARE(requests.size(), 1);
+            QCOMPARE(sentMs(requests[0].item("from")), at(-std::min(length, 6 * hourMs)));
+            QCOMPARE(sentMs(requests[0].item("to")), at(0));
+            QCOMPARE(m_model->computeStartTime(), at(-hourMs));
+            QCOMPARE(m_model->computeStartTime(100 * hourMs), at(-length));
+        }
+    }
+
+    void asksOncePerCamera()
+    {
+        QSignalSpy loading(m_model.get(), &TimelineModel::loadingChanged);
+        m_model->loadTimeline("cam");
+        m_model->loadTimeline("cam");
+        QTRY_VERIFY(!m_model->loading());
+        QCOMPARE(m_server->asked("recording-range").size(), 1);
+        QCOMPARE(loading.count(), 2);
+
+        m_model->loadBatchTimeline({"cam", "other"});
+        m_model->loadTimeline("cam");
+        QTRY_COMPARE(m_server->asked("recording-range").size(), 2);
+
+        m_model->loadTimeline("");
+        QVERIFY(!m_model->loading());
+        QVERIFY(m_model->cameraId().isEmpty());
+    }
+
+    void visibleRangeIsAskedForOnceAndWidely()
+    {
+        m_model->loadRange(at(0), at(1000));
+        m_model->loadTimeline("cam");
+        QTRY_VERIFY(!m_model->loading());
+        const auto *timer = m_model->findChild<QTimer *>();
+        QVERIFY(timer);
+        const qsizetype before = m_server->asked("timeline").size();
+
+        m_model->loadRange(at(-5 * hourMs), at(-4 * hourMs));
+        QVERIFY(!timer->isActive());
+        m_model->loadRange(at(-30 * hourMs), at(-29 * hourMs));
+        m_model->loadRange(at(-5 * hourMs), at(-4 * hourMs));
+        QVERIFY(!timer->isActive());
+
+        m_model->loadRange(at(-30 * hourMs), at(-29 * hourMs));
+        m_model->loadRange(at(-20 * hourMs), at(-18 * hourMs));
+        QTRY_COMPARE(m_server->asked("timeline").size(), before + 1);
+        QCOMPARE(sentMs(m_server->requests().last().item("from")), at(-22 * hourMs));
+        QCOMPARE(sentMs(m_server->requests().last().item("to")), at(-16 * hourMs));
+        QTRY_VERIFY(!m_model->loading());
+
+        m_model->loadRange(at(-22 * hourMs), at(-16 * hourMs));
+        QVERIFY(!timer->isActive());
+        m_model->loadRange(at(-40 * hourMs), at(-41 * hourMs));
+        QVERIFY(timer->isActive());
+        QTRY_VERIFY(!timer->isActive());
+        QVERIFY(!m_model->loading());
+
+        constexpr qint64 most = std::numeric_limits<qint64>::max();
+        m_model->loadRange(-most, most);
+        QTRY_COMPARE(m_server->asked("timeline").size(), before + 2);
+    }
+
+    void dropsAnswersToEarlierQuestions()
+    {
+        m_model->loadTimeline("cam");
+        QTRY_VERIFY(!m_model->loading());
+        const QString current = lastRequestId();
+        const QString earlier = QString::number(current.toInt() - 1);
+        const QList<TimeSpanData> one{{noon, noon.addSecs(1)}};
+
+        emit m_client->timelineReceived("other", one, current);
+        emit m_client->timelineReceived("cam", one, earlier);
+        QVERIFY(m_model->spans().isEmpty());
+        emit m_client->timelineReceived("cam", one, current);
+        QCOMPARE(m_model->spans().size(), 1);
+        emit m_client->timelineReceived("cam", {}, "");
+        QVERIFY(m_model->spans().isEmpty());
+
+        m_model->clear();
+        emit m_client->timelineReceived("cam", one, current);
+        emit m_client->batchTimelineReceived({{"cam", QVariantList()}}, {span(1, 2)}, "");
+        emit m_client->recordingRangeReceived("cam", {noon, noon, true});
+        QVERIFY(m_model->spans().isEmpty());
+        QVERIFY(!m_model->hasData());
+    }
+
+    void failureKeepsTheSpans()
+    {
+        m_spans = spansJson(at(-2000), at(-1000));
+        m_model->loadTimeline("cam");
+        QTRY_COMPARE(m_model->spans().size(), 1);
+        m_server->otherwise([](const auto &) { return ScriptedServer::Answer{.status = 500}; });
+        QSignalSpy loading(m_model.get(), &TimelineModel::loadingChanged);
+        m_model->loadRange(at(-90 * hourMs), at(-80 * hourMs));
+        QTRY_COMPARE(loading.count(), 2);
+        QCOMPARE(m_model->spans().size(), 1);
+        QVERIFY(m_model->hasData());
+    }
+
+    void refreshFollowsTheRecording()
+    {
+        const auto growTo = [this](qint64 latestOffset) {
+            m_range = rangeJson(-24 * hourMs, latestOffset);
+            QSignalSpy answered(m_client.get(), &ApiClient::recordingRangeReceived);
+            m_model->refresh();
+            m_model->refresh();
+            QVERIFY(answered.wait());
+            QTRY_VERIFY(!m_model->loading());
+            QCOMPARE(answered.count(), 1);
+        };
+        m_model->refresh();
+        m_model->loadTimeline("cam");
+        QTRY_COMPARE(m_model->loadedTo(), at(0));
+        growTo(0);
+        QCOMPARE(m_server->asked("cam/timeline").size(), 1);
+        growTo(hourMs);
+        QCOMPARE(m_model->latest(), at(hourMs));
+        QCOMPARE(m_model->loadedFrom(), at(-6 * hourMs));
+        QCOMPARE(m_model->loadedTo(), at(hourMs));
+
+        // Spans of an earlier time do not change.
+        m_model->loadRange(at(-15 * hourMs), at(-14 * hourMs));
+        QTRY_COMPARE(m_model->loadedTo(), at(-13 * hourMs));
+        growTo(2 * hourMs);
+        QCOMPARE(m_model->latest(), at(2 * hourMs));
+        QCOMPARE(m_model->loadedTo(), at(-13 * hourMs));
+
+        m_server->otherwise([](const auto &) { return ScriptedServer::Answer{.status = 500}; });
+        QSignalSpy failed(m_client.get(), &ApiClient::recordingRangeFailed);
+        m_model->refresh();
+        QVERIFY(failed.wait());
+        QVERIFY(m_model->hasData());
+        emit m_client->recordingRangeFailed("other", "gone");
+        QVERIFY(m_model->hasData());
+        emit m_client->recordingRangeFailed("cam", "gone");
+        QVERIFY(!m_model->hasData() && m_model->latest() == 0 && m_model->computeStartTime() == 0);
+    }
+
+    void refreshOfSeveralCameras()
+    {
+        const QByteArray now = QByteArray::number(QDateTime::currentMSecsSinceEpoch());
+        m_batch = R"({"per_camera":{"a":[]},"merged":[{"start":1000,"end":)" + now + "}]}";
+        m_model->loadBatchTimeline({"a"});
+        QTRY_VERIFY(!m_model->loading());
+        const qint64 from = m_model->loadedFrom();
+        const qint64 to = m_model->loadedTo();
+        QTRY_VERIFY(QDateTime::currentMSecsSinceEpoch() > to);
+        m_model->refresh();
+        QTRY_VERIFY(m_model->loadedTo() > to);
+        QCOMPARE(m_model->loadedFrom(), from);
+        QVERIFY(m_server->asked("recording-range").isEmpty());
+
+        m_model->loadRange(at(-15 * hourMs), at(-14 * hourMs));
+        QTRY_COMPARE(m_model->loadedTo(), at(-13 * hourMs));
+        const auto requests = m_server->requests().size();
+        m_model->refresh();
+        QVERIFY(!m_model->loading());
+        QCOMPARE(m_server->requests().size(), requests);
+    }
+
+    void batchDerivesItsRange()
+    {
+        m_batch = R"({"per_camera":{"a":[],"b":[]},"merged":[]})";
+        const qint64 now = QDateTime::currentMSecsSinceEpoch();
+        m_model->loadBatchTimeline({"a", "b"});
+        QCOMPARE(m_model->cameraId(), "a");
+        QTRY_VERIFY(!m_model->loading());
+        QVERIFY(!m_model->hasData());
+        QCOMPARE(m_model->earliest(), 0);
+        QVERIFY(m_server->asked("recording-range").isEmpty());
+        const QJsonObject body = QJsonDocument::fromJson(m_server->requests().last().body).object();
+        QCOMPARE(body["camera_ids"].toArray(), (QJsonArray{"a", "b"}));
+        QVERIFY(std::abs(sentMs(body["to"].toString()) - now) < 5000);
+        QCOMPARE(sentMs(body["to"].toString()) - sentMs(body["from"].toString()), 6 * hourMs);
+
+        QSignalSpy range(m_model.get(), &TimelineModel::rangeChanged);
+        const QVariantMap perCamera{{"a", QVariantList{span(50, 60)}}, {"b", QVariantList{span(20, 40)}}};
+        emit m_client->batchTimelineReceived(perCamera, {span(50, 60), span(20, 40)}, "");
+        QVERIFY(m_model->hasData());
+        QCOMPARE(m_model->earliest(), 20);
+        QCOMPARE(m_model->latest(), 60);
+        QCOMPARE(m_model->coverageFor("b"), QVariantList{span(20, 40)});
+        QVERIFY(m_model->coverageFor("c").isEmpty());
+        QCOMPARE(range.count(), 1);
+
+        emit m_client->batchTimelineReceived(perCamera, {span(30, 35)}, "");
+        QCOMPARE(range.count(), 1);
+        emit m_client->batchTimelineReceived(perCamera, {span(30, 90)}, "");
+        QCOMPARE(range.count(), 2);
+        QCOMPARE(m_model->earliest(), 20);
+        QCOMPARE(m_model->latest(), 90);
+
+        emit m_client->batchTimelineFailed("gone", "");
+        QCOMPARE(m_model->spans().size(), 1);
+
+        m_model->loadBatchTimeline({});
+        QVERIFY(m_model->cameraId().isEmpty());
+        QVERIFY(m_model->coverageFor("b").isEmpty());
+    }
+
+    void malformedAnswers_data()
+    {
+        QTest::addColumn<QByteArray>("range");
+        QTest::addColumn<QByteArray>("spans");
+
+        const auto row = [](const char *name, const QByteArray &range, const QByteArray &spans) {
+            QTest::newRow(name) << range << spans;
+        };
+        row("not JSON", "<html>", "<html>");
+        row("empty", "", "");
+        row("other shapes", "[1,2]", R"({"spans":7})");
+        row("wrong types", R"({"earliest":{},"latest":[]})", R"([1,"x",null,[],{"start":{},"end":[]}])");
+        row("reversed", R"({"earliest":2000000,"latest":1000000})", R"([{"start":5000000,"end":1000000}])");
+        row("overlapping", R"({"earliest":1000000,"latest":2000000})",
+            R"([{"start":1000000,"end":3000000},{"start":2000000,"end":2500000},{"start":0,"end":9000000}])");
+        row("negative", R"({"earliest":-5000,"latest":-1})", R"([{"start":-5000,"end":-1}])");
+        const QByteArray one = R"({"start":1000000,"end":2000000},)";
+        row("a very long list", R"({"earliest":1000000,"latest":2000000})",
+            '[' + one.repeated(20'000).chopped(1) + ']');
+        row("beyond all bounds", R"({"earliest":-9223372036854775808,"latest":9223372036854775807})",
+            R"([{"start":-9223372036854775808,"end":9223372036854775807},{"start":1e300,"end":-1e300}])");
+    }
+
+    void malformedAnswers()
+    {
+        QFETCH(QByteArray, range);
+        QFETCH(QByteArray, spans);
+        const QByteArray goodRange = m_range;
+        QSignalSpy loading(m_model.get(), &TimelineModel::loadingChanged);
+        const auto settles = [&] { return !m_model->loading() && m_model->earliest() <= m_model->latest(); };
+
+        m_range = range;
+        m_model->loadTimeline("cam");
+        QTRY_VERIFY(settles());
+        m_model->computeStartTime(std::numeric_limits<qint64>::min());
+        m_model->clear();
+        m_range = goodRange;
+        m_spans = spans;
+        m_model->loadTimeline("cam");
+        QTRY_VERIFY(settles());
+        m_batch = R"({"per_camera":{"a":)" + spans + R"(},"merged":)" + spans + "}";
+        m_model->loadBatchTimeline({"a"});
+        QTRY_VERIFY(settles());
+        m_batch = spans;
+        m_model->loadBatchTimeline({"a"});
+        QTRY_VERIFY(settles());
+        QCOMPARE(loading.count(), 8);
+    }
 
 private:
-    void answerRange(qint64 earliestOffset, qint64 latestOffset);
-    QString lastRequestId();
+    QString lastRequestId()
+    {
+        QString id;
+        for (int i = 1; i < 20 && id.isEmpty(); ++i) {
+            QSignalSpy spans(m_model.get(), &TimelineModel::spansChanged);
+            emit m_client->timelineReceived(m_model->cameraId(), {}, QString::number(i));
+            if (!spans.isEmpty())
+                id = QString::number(i);
+        }
+        return id;
+    }
 
     std::unique_ptr<ScriptedServer> m_server;
     std::unique_ptr<ApiClient> m_client;
@@ -69,342 +355,6 @@ private:
     QByteArray m_spans;
     QByteArray m_batch;
 };
-
-void TimelineModelTest::init()
-{
-    m_server = std::make_unique<ScriptedServer>();
-    m_client = std::make_unique<ApiClient>();
-    m_model = std::make_unique<TimelineModel>(m_client.get());
-    m_range = R"({"earliest":")" + iso(-24 * hourMs) + R"(","latest":")" + iso(0) + R"("})";
-    m_spans = "[]";
-    m_batch = R"({"per_camera":{},"merged":[]})";
-    m_server->otherwise([this](const ScriptedServer::Request &request) -> ScriptedServer::Answer {
-        if (request.path().endsWith("recording-range"))
-            return {.body = m_range};
-        return {.body = request.path().endsWith("batch-timeline") ? m_batch : m_spans};
-    });
-    m_server->on("POST /client-api/auth/login", R"({"access_token":"secret-token"})");
-    QSignalSpy signedIn(m_client.get(), &ApiClient::loginSucceeded);
-    m_client->doLogin(m_server->url(), "op", "pw");
-    QVERIFY(signedIn.wait());
-}
-
-void TimelineModelTest::cleanup()
-{
-    m_model.reset();
-    m_client.reset();
-    m_server.reset();
-}
-
-void TimelineModelTest::asksForRangeThenSpans_data()
-{
-    QTest::addColumn<qint64>("length");
-    QTest::addColumn<qint64>("asked");
-    QTest::newRow("long recording") << 24 * hourMs << 6 * hourMs;
-    QTest::newRow("exactly six hours") << 6 * hourMs << 6 * hourMs;
-    QTest::newRow("short recording") << hourMs << hourMs;
-}
-
-void TimelineModelTest::asksForRangeThenSpans()
-{
-    QFETCH(qint64, length);
-    QFETCH(qint64, asked);
-    m_range = R"({"earliest":")" + iso(-length) + R"(","latest":")" + iso(0) + R"("})";
-    m_spans = R"([{"start":")" + iso(-2000) + R"(","end":")" + iso(-1000) + R"("}])";
-    QSignalSpy spans(m_model.get(), &TimelineModel::spansChanged);
-
-    m_model->loadTimeline("cam");
-    QVERIFY(m_model->loading());
-    spans.clear();
-    QVERIFY(spans.wait());
-
-    QCOMPARE(m_model->cameraId(), "cam");
-    QVERIFY(m_model->hasData());
-    QCOMPARE(m_model->earliest(), at(-length));
-    QCOMPARE(m_model->latest(), at(0));
-    QCOMPARE(m_model->spans(), QVariantList{span(at(-2000), at(-1000))});
-    QVERIFY(!m_model->loading());
-    const auto requests = m_server->asked("cam/timeline");
-    QCOMPARE(requests.size(), 1);
-    QCOMPARE(sentMs(requests[0].item("from")), at(-asked));
-    QCOMPARE(sentMs(requests[0].item("to")), at(0));
-
-    QCOMPARE(m_model->computeStartTime(), std::max(at(-length), at(-hourMs)));
-    QCOMPARE(m_model->computeStartTime(1000), at(-1000));
-    QCOMPARE(m_model->computeStartTime(100 * hourMs), at(-length));
-    QVERIFY(m_model->coverageFor("cam").isEmpty());
-}
-
-void TimelineModelTest::asksOncePerCamera()
-{
-    QSignalSpy loading(m_model.get(), &TimelineModel::loadingChanged);
-    m_model->loadTimeline("cam");
-    m_model->loadTimeline("cam");
-    QTRY_VERIFY(!m_model->loading());
-    QCOMPARE(m_server->asked("recording-range").size(), 1);
-    QCOMPARE(loading.count(), 2);
-
-    m_model->loadBatchTimeline({"cam", "other"});
-    m_model->loadTimeline("cam");
-    QTRY_COMPARE(m_server->asked("recording-range").size(), 2);
-
-    m_model->loadTimeline("");
-    QVERIFY(!m_model->loading());
-    QVERIFY(m_model->cameraId().isEmpty());
-}
-
-void TimelineModelTest::rangeFailureEmptiesTheRange()
-{
-    m_model->loadTimeline("cam");
-    QTRY_VERIFY(m_model->hasData());
-    emit m_client->recordingRangeFailed("other", "gone");
-    QVERIFY(m_model->hasData());
-
-    QSignalSpy range(m_model.get(), &TimelineModel::rangeChanged);
-    emit m_client->recordingRangeFailed("cam", "gone");
-    QCOMPARE(range.count(), 1);
-    QVERIFY(!m_model->hasData());
-    QVERIFY(!m_model->loading());
-    QCOMPARE(m_model->latest(), 0);
-    QCOMPARE(m_model->computeStartTime(), 0);
-}
-
-void TimelineModelTest::visibleRangeIsAskedForOnceAndWidely()
-{
-    m_model->loadRange(at(0), at(1000));
-    m_model->loadTimeline("cam");
-    QTRY_VERIFY(!m_model->loading());
-    const auto *timer = m_model->findChild<QTimer *>();
-    QVERIFY(timer);
-    const qsizetype before = m_server->asked("timeline").size();
-
-    m_model->loadRange(at(-5 * hourMs), at(-4 * hourMs));
-    QVERIFY(!timer->isActive());
-    m_model->loadRange(at(-30 * hourMs), at(-29 * hourMs));
-    m_model->loadRange(at(-5 * hourMs), at(-4 * hourMs));
-    QVERIFY(!timer->isActive());
-
-    m_model->loadRange(at(-30 * hourMs), at(-29 * hourMs));
-    m_model->loadRange(at(-20 * hourMs), at(-18 * hourMs));
-    QTRY_COMPARE(m_server->asked("timeline").size(), before + 1);
-    QCOMPARE(sentMs(m_server->requests().last().item("from")), at(-22 * hourMs));
-    QCOMPARE(sentMs(m_server->requests().last().item("to")), at(-16 * hourMs));
-    QTRY_VERIFY(!m_model->loading());
-
-    m_model->loadRange(at(-22 * hourMs), at(-16 * hourMs));
-    QVERIFY(!timer->isActive());
-    m_model->loadRange(at(-40 * hourMs), at(-41 * hourMs));
-    QVERIFY(timer->isActive());
-    QTRY_VERIFY(!timer->isActive());
-    QVERIFY(!m_model->loading());
-
-    constexpr qint64 most = std::numeric_limits<qint64>::max();
-    m_model->loadRange(-most, most);
-    QTRY_COMPARE(m_server->asked("timeline").size(), before + 2);
-}
-
-QString TimelineModelTest::lastRequestId()
-{
-    QString id;
-    for (int i = 1; i < 20 && id.isEmpty(); ++i) {
-        QSignalSpy spans(m_model.get(), &TimelineModel::spansChanged);
-        emit m_client->timelineReceived(m_model->cameraId(), {}, QString::number(i));
-        if (!spans.isEmpty())
-            id = QString::number(i);
-    }
-    return id;
-}
-
-void TimelineModelTest::dropsAnswersToEarlierQuestions()
-{
-    m_model->loadTimeline("cam");
-    QTRY_VERIFY(!m_model->loading());
-    const QString current = lastRequestId();
-    const QString earlier = QString::number(current.toInt() - 1);
-    const QList<TimeSpanData> one{{noon, noon.addSecs(1)}};
-
-    emit m_client->timelineReceived("other", one, current);
-    emit m_client->timelineReceived("cam", one, earlier);
-    QVERIFY(m_model->spans().isEmpty());
-    emit m_client->timelineReceived("cam", one, current);
-    QCOMPARE(m_model->spans().size(), 1);
-    emit m_client->timelineReceived("cam", {}, "");
-    QVERIFY(m_model->spans().isEmpty());
-
-    m_model->clear();
-    emit m_client->timelineReceived("cam", one, current);
-    emit m_client->batchTimelineReceived({{"cam", QVariantList()}}, {span(1, 2)}, "");
-    emit m_client->recordingRangeReceived("cam", {noon, noon, true});
-    QVERIFY(m_model->spans().isEmpty());
-    QVERIFY(!m_model->hasData());
-}
-
-void TimelineModelTest::failureKeepsTheSpans()
-{
-    m_spans = R"([{"start":")" + iso(-2000) + R"(","end":")" + iso(-1000) + R"("}])";
-    m_model->loadTimeline("cam");
-    QTRY_COMPARE(m_model->spans().size(), 1);
-    m_server->otherwise([](const auto &) { return ScriptedServer::Answer{.status = 500}; });
-    QSignalSpy loading(m_model.get(), &TimelineModel::loadingChanged);
-    m_model->loadRange(at(-90 * hourMs), at(-80 * hourMs));
-    QTRY_COMPARE(loading.count(), 2);
-    QCOMPARE(m_model->spans().size(), 1);
-    QVERIFY(m_model->hasData());
-}
-
-void TimelineModelTest::refreshFollowsTheRecording()
-{
-    const auto growTo = [this](qint64 latestOffset) {
-        m_range = R"({"earliest":")" + iso(-24 * hourMs) + R"(","latest":")" + iso(latestOffset) + R"("})";
-        QSignalSpy answered(m_client.get(), &ApiClient::recordingRangeReceived);
-        m_model->refresh();
-        m_model->refresh();
-        QVERIFY(answered.wait());
-        QTRY_VERIFY(!m_model->loading());
-        QCOMPARE(answered.count(), 1);
-    };
-    m_model->refresh();
-    m_model->loadTimeline("cam");
-    QTRY_COMPARE(m_model->loadedTo(), at(0));
-    growTo(0);
-    QCOMPARE(m_server->asked("cam/timeline").size(), 1);
-    growTo(hourMs);
-    QCOMPARE(m_model->latest(), at(hourMs));
-    QCOMPARE(m_model->loadedFrom(), at(-6 * hourMs));
-    QCOMPARE(m_model->loadedTo(), at(hourMs));
-
-    // Spans of an earlier time do not change.
-    m_model->loadRange(at(-15 * hourMs), at(-14 * hourMs));
-    QTRY_COMPARE(m_model->loadedTo(), at(-13 * hourMs));
-    growTo(2 * hourMs);
-    QCOMPARE(m_model->latest(), at(2 * hourMs));
-    QCOMPARE(m_model->loadedTo(), at(-13 * hourMs));
-
-    m_server->otherwise([](const auto &) { return ScriptedServer::Answer{.status = 500}; });
-    QSignalSpy failed(m_client.get(), &ApiClient::recordingRangeFailed);
-    m_model->refresh();
-    QVERIFY(failed.wait());
-    QVERIFY(m_model->hasData());
-}
-
-void TimelineModelTest::refreshOfSeveralCameras()
-{
-    const QByteArray now = QByteArray::number(QDateTime::currentMSecsSinceEpoch());
-    m_batch = R"({"per_camera":{"a":[]},"merged":[{"start":1000,"end":)" + now + "}]}";
-    m_model->loadBatchTimeline({"a"});
-    QTRY_VERIFY(!m_model->loading());
-    const qint64 from = m_model->loadedFrom();
-    const qint64 to = m_model->loadedTo();
-    m_model->refresh();
-    QTRY_VERIFY(m_model->loadedTo() > to);
-    QCOMPARE(m_model->loadedFrom(), from);
-    QVERIFY(m_server->asked("recording-range").isEmpty());
-
-    m_model->loadRange(at(-15 * hourMs), at(-14 * hourMs));
-    QTRY_COMPARE(m_model->loadedTo(), at(-13 * hourMs));
-    const auto requests = m_server->requests().size();
-    m_model->refresh();
-    QVERIFY(!m_model->loading());
-    QCOMPARE(m_server->requests().size(), requests);
-}
-
-void TimelineModelTest::batchDerivesItsRange()
-{
-    m_batch = R"({"per_camera":{"a":[],"b":[]},"merged":[]})";
-    const qint64 now = QDateTime::currentMSecsSinceEpoch();
-    m_model->loadBatchTimeline({"a", "b"});
-    QCOMPARE(m_model->cameraId(), "a");
-    QTRY_VERIFY(!m_model->loading());
-    QVERIFY(!m_model->hasData());
-    QCOMPARE(m_model->earliest(), 0);
-    QVERIFY(m_server->asked("recording-range").isEmpty());
-    const QJsonObject body = QJsonDocument::fromJson(m_server->requests().last().body).object();
-    QCOMPARE(body["camera_ids"].toArray(), (QJsonArray{"a", "b"}));
-    QVERIFY(std::abs(sentMs(body["to"].toString()) - now) < 5000);
-    QCOMPARE(sentMs(body["to"].toString()) - sentMs(body["from"].toString()), 6 * hourMs);
-
-    QSignalSpy range(m_model.get(), &TimelineModel::rangeChanged);
-    const QVariantMap perCamera{{"a", QVariantList{span(50, 60)}}, {"b", QVariantList{span(20, 40)}}};
-    emit m_client->batchTimelineReceived(perCamera, {span(50, 60), span(20, 40)}, "");
-    QVERIFY(m_model->hasData());
-    QCOMPARE(m_model->earliest(), 20);
-    QCOMPARE(m_model->latest(), 60);
-    QCOMPARE(m_model->coverageFor("b"), QVariantList{span(20, 40)});
-    QVERIFY(m_model->coverageFor("c").isEmpty());
-    QCOMPARE(range.count(), 1);
-
-    emit m_client->batchTimelineReceived(perCamera, {span(30, 35)}, "");
-    QCOMPARE(range.count(), 1);
-    emit m_client->batchTimelineReceived(perCamera, {span(30, 90)}, "");
-    QCOMPARE(range.count(), 2);
-    QCOMPARE(m_model->earliest(), 20);
-    QCOMPARE(m_model->latest(), 90);
-
-    emit m_client->batchTimelineFailed("gone", "");
-    QCOMPARE(m_model->spans().size(), 1);
-
-    m_model->loadBatchTimeline({});
-    QVERIFY(m_model->cameraId().isEmpty());
-    QVERIFY(m_model->coverageFor("b").isEmpty());
-}
-
-void TimelineModelTest::batchIgnoresOtherCameras()
-{
-    m_batch = R"({"per_camera":{"a":[]},"merged":[{"start":1000000,"end":2000000}]})";
-    m_model->loadBatchTimeline({"a", "b"});
-    QTRY_VERIFY(!m_model->loading());
-    QVERIFY(m_model->spans().isEmpty());
-    QVERIFY(!m_model->hasData());
-}
-
-void TimelineModelTest::malformedAnswers_data()
-{
-    QTest::addColumn<QByteArray>("range");
-    QTest::addColumn<QByteArray>("spans");
-
-    const auto row = [](const char *name, const QByteArray &range, const QByteArray &spans) {
-        QTest::newRow(name) << range << spans;
-    };
-    row("not JSON", "<html>", "<html>");
-    row("empty", "", "");
-    row("other shapes", "[1,2]", R"({"spans":7})");
-    row("wrong types", R"({"earliest":{},"latest":[]})", R"([1,"x",null,[],{"start":{},"end":[]}])");
-    row("reversed", R"({"earliest":2000000,"latest":1000000})", R"([{"start":5000000,"end":1000000}])");
-    row("overlapping", R"({"earliest":1000000,"latest":2000000})",
-        R"([{"start":1000000,"end":3000000},{"start":2000000,"end":2500000},{"start":0,"end":9000000}])");
-    row("negative", R"({"earliest":-5000,"latest":-1})", R"([{"start":-5000,"end":-1}])");
-    const QByteArray one = R"({"start":1000000,"end":2000000},)";
-    row("a very long list", R"({"earliest":1000000,"latest":2000000})",
-        '[' + one.repeated(20'000).chopped(1) + ']');
-    row("beyond all bounds", R"({"earliest":-9223372036854775808,"latest":9223372036854775807})",
-        R"([{"start":-9223372036854775808,"end":9223372036854775807},{"start":1e300,"end":-1e300}])");
-}
-
-void TimelineModelTest::malformedAnswers()
-{
-    QFETCH(QByteArray, range);
-    QFETCH(QByteArray, spans);
-    const QByteArray goodRange = m_range;
-    QSignalSpy loading(m_model.get(), &TimelineModel::loadingChanged);
-    const auto settles = [&] { return !m_model->loading() && m_model->earliest() <= m_model->latest(); };
-
-    m_range = range;
-    m_model->loadTimeline("cam");
-    QTRY_VERIFY(settles());
-    m_model->computeStartTime(std::numeric_limits<qint64>::min());
-    m_model->clear();
-    m_range = goodRange;
-    m_spans = spans;
-    m_model->loadTimeline("cam");
-    QTRY_VERIFY(settles());
-    m_batch = R"({"per_camera":{"a":)" + spans + R"(},"merged":)" + spans + "}";
-    m_model->loadBatchTimeline({"a"});
-    QTRY_VERIFY(settles());
-    m_batch = spans;
-    m_model->loadBatchTimeline({"a"});
-    QTRY_VERIFY(settles());
-    QCOMPARE(loading.count(), 8);
-}
 
 QTEST_GUILESS_MAIN(TimelineModelTest)
 #include "tst_TimelineModel.moc"

@@ -121,13 +121,6 @@ TestCase {
         verify(!findChild(page, "exportBar").visible)
     }
 
-    function test_an_error_is_shown_until_the_next_export() {
-        page.toggleExportMode()
-        exportModel.error = "Disk write failed: /videos/clip.mp4"
-        compare(text("exportError"), "Disk write failed: /videos/clip.mp4")
-        verify(page.exportMode)
-    }
-
     function test_dragging_a_bound_changes_the_clip() {
         page.player.currentTime = latest - 3 * hour
         page.toggleExportMode()

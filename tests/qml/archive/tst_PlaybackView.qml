@@ -25,12 +25,6 @@ TestCase {
             focus: true
         }
     }
-    Component {
-        id: spyComponent
-
-        SignalSpy { }
-    }
-
     // Clicks where the layout has put it.
     function press(name) {
         waitForRendering(page)
@@ -142,17 +136,6 @@ TestCase {
         compare(message("singleMessage"), "No recordings")
     }
 
-    function test_the_view_stays_while_the_recording_grows() {
-        playSingle("cam1")
-        timeline.panBy(-50 * hour)
-        const panned = view()
-        archiveFeed.giveRange("cam1", earliest, latest + 1000)
-        compare(view(), panned)
-        tick("cam1", "cam2")
-        archiveFeed.giveRange("cam2", earliest, latest)
-        compareNear(timeline.viewEnd, latest, 1)
-    }
-
     function test_opening_a_moment() {
         page.openAt("", latest)
         compare(page.selectedCameras, [])
@@ -240,23 +223,6 @@ TestCase {
         compare(page.player.speed, 0.5)
     }
 
-    function test_live_button_leaves() {
-        const pages = createTemporaryObject(spyComponent, testCase, { target: page, signalName: "pageRequested" })
-        press("liveButton")
-        compare(pages.signalArguments[0][0], "live")
-    }
-
-    function test_click_on_the_timeline_plays_from_there() {
-        playSingle("cam1")
-        timeline.seekRequested(latest - 3 * hour)
-        compare(calls(page.player, "startFrom").pop(), ["startFrom", "cam1", latest - 3 * hour])
-        playGrid("cam2")
-        page.gridPlaying = false
-        timeline.seekRequested(latest - 2 * hour)
-        compare(page.gridPlayheadTime, latest - 2 * hour)
-        verify(page.gridPlaying)
-    }
-
     // The grid.
 
     function test_grid_starts_where_the_single_camera_was() {
@@ -297,17 +263,13 @@ TestCase {
         verify(third.x > first.x && third.y === first.y)
     }
 
-    function test_clock_data() {
-        return [{ tag: "half", speed: 0.5 }, { tag: "four times", speed: 4 }]
-    }
-
-    function test_clock(data) {
+    function test_clock() {
         playGrid("cam1", "cam2")
-        page.setSpeed(data.speed)
+        page.setSpeed(4)
         const start = page.gridPlayheadTime
         const began = Date.now()
-        tryVerify(() => page.gridPlayheadTime > start + 300 * data.speed)
-        verify(page.gridPlayheadTime - start <= (Date.now() - began + 250) * data.speed)
+        tryVerify(() => page.gridPlayheadTime > start + 1200)
+        verify(page.gridPlayheadTime - start <= (Date.now() - began + 250) * 4)
         press("playPauseButton")
         const stopped = page.gridPlayheadTime
         wait(300)
