@@ -4,12 +4,13 @@
     soak.py [--seconds 300] [--seed N]
 
 Wanted: no GUI block above 100 ms; memory within 5 % after the first minute; threads and descriptors back to where they
-were; no sanitizer report. A block is counted without the time in which the GUI thread, or whoever draws for it, was
-ready but had no processor.
+were; a prompt end while all cameras hang; no sanitizer report. A block is counted without the time in which the GUI
+thread, or whoever draws for it, was ready but had no processor.
 
-Streams that leave the grid stay open for five minutes, so while somebody is signed in there is nothing to compare.
-Signing out ends them all: threads and descriptors are compared signed out, after every camera was shown in both its
-streams once, and after the last random step.
+Only like is compared with like. Every minute the grid comes to rest with sixteen healthy cameras, where the memory is
+read. Streams that leave the grid stay open for five minutes, signing out ends them all: threads, descriptors and what
+is left of the memory are compared signed out, after every camera was shown in both its streams once, and after the
+last random step.
 """
 
 import argparse
@@ -33,6 +34,11 @@ PRESETS = ["1x1", "2x2", "3x3", "4x4", "5x5", "8x8", "1+5", "1+7", "2+8"]
 LOGIN, PASSWORD = "soak", "Soak-key-7003"
 LONGEST_BLOCK_MS = 100
 MEMORY_TOLERANCE = 0.05
+REST_EVERY_S = 60
+# Pages, presets and letters that are shown for the first time stay; one player alone is some 15 MB.
+SIGNED_OUT_TOLERANCE_MB = 30
+# Players that hang get three seconds.
+LONGEST_END_S = 4
 # Workers of Qt's pools come and go.
 COUNT_TOLERANCE = 2
 
@@ -47,7 +53,7 @@ class Soak:
         self.probe = self.client.probe
         self.ui = Operator(self.client, self.desktop)
         self.faults = []
-        self.samples = []
+        self.rests = []
         self.longest = {"longestMs": 0, "waitedMs": 0, "during": ""}
         self.history = []
         self.steps = 0
@@ -147,11 +153,14 @@ class Soak:
 
     # What is watched
 
+    def fill_grid(self):
+        self.probe.ask("invoke", selector={"type": "VideoGrid"}, call="restore", args=[{"4x4": self.cameras}, "4x4"])
+        self.ui.wait_playing(*range(CAMERAS), timeout=60)
+
     def show_all_cameras(self):
         """Sixteen healthy cameras in a 4x4 grid, each of which was also shown alone."""
         self.ui.sign_in(self.recorder.url, LOGIN, PASSWORD)
-        self.probe.ask("invoke", selector={"type": "VideoGrid"}, call="restore", args=[{"4x4": self.cameras}, "4x4"])
-        self.ui.wait_playing(*range(CAMERAS), timeout=60)
+        self.fill_grid()
         for index in range(CAMERAS):
             self.ui.maximise(index)
             view = {"type": "CameraStreamView", "where": {"cameraId": self.cameras[index]}}
@@ -172,7 +181,7 @@ class Soak:
 
     def resources(self):
         pid = self.client.pid
-        return {"memory": processes.memory_mb(pid), "threads": processes.thread_count(pid),
+        return {"memory": processes.own_memory_mb(pid), "threads": processes.thread_count(pid),
                 "descriptors": processes.descriptor_count(pid)}
 
     def watch_stalls(self):
@@ -181,32 +190,40 @@ class Soak:
             self.longest = {"longestMs": stall["longestMs"], "waitedMs": stall["waitedMs"],
                             "during": " ".join(self.history[-2:])}
 
-    def sample(self, since):
+    def rest(self):
+        self.heal_all()
+        self.show_grid()
+        self.fill_grid()
+        time.sleep(5)
         now = self.resources()
-        self.samples.append((time.monotonic() - since, now["memory"]))
-        print(f"{self.samples[-1][0]:6.0f} s  {self.steps:5} steps  {now['memory']:6.0f} MB  {now['threads']:4} threads  "
-              f"{now['descriptors']:4} descriptors  longest block so far {self.longest['longestMs']:4.0f} ms", flush=True)
+        self.rests.append(now["memory"])
+        print(f"{self.steps:5} steps  {now['memory']:6.0f} MB  {now['threads']:4} threads  {now['descriptors']:4} "
+              f"descriptors  longest block so far {self.longest['longestMs']:4.0f} ms", flush=True)
 
     def run(self, seconds):
-        begin = next_sample = time.monotonic()
+        begin = next_rest = time.monotonic()
         self.probe.ask("startStalls")
         while time.monotonic() - begin < seconds:
+            if time.monotonic() >= next_rest:
+                self.rest()
+                next_rest += REST_EVERY_S
             self.step()
-            if time.monotonic() >= next_sample:
-                self.sample(begin)
-                next_sample += 10
-        self.sample(begin)
+        self.rest()
         self.probe.ask("stopStalls")
 
+    def quit_while_cameras_hang(self):
+        """Returns the client's exit status and how long it took to end."""
+        self.ui.sign_in(self.recorder.url, LOGIN, PASSWORD)
+        self.fill_grid()
+        for camera in self.cameras:
+            self.recorder.fail_camera(camera, "hang")
+        time.sleep(1)
+        begin = time.monotonic()
+        return self.client.quit(), time.monotonic() - begin
+
     def memory_growth(self):
-        """Growth from the second minute to the last one, as a share; None for a short run."""
-        if self.samples[-1][0] < 150:
-            return None
-        end = self.samples[-1][0]
-        def mean(low, high):
-            values = [memory for at, memory in self.samples if low <= at <= high]
-            return sum(values) / len(values)
-        return mean(end - 60, end) / mean(60, 120) - 1
+        """Growth since the end of the first minute, as a share; None for a short run."""
+        return max(self.rests[2:]) / self.rests[1] - 1 if len(self.rests) > 3 else None
 
 
 def judge(soak, before, after, sanitized):
@@ -217,9 +234,11 @@ def judge(soak, before, after, sanitized):
     for what in ("threads", "descriptors"):
         if after[what] > before[what] + COUNT_TOLERANCE:
             faults.append(f"signed out there were {before[what]} {what} before and {after[what]} after")
-    growth = soak.memory_growth()
+    growth, left = soak.memory_growth(), after["memory"] - before["memory"]
     if not sanitized and growth is not None and growth > MEMORY_TOLERANCE:
         faults.append(f"memory grew by {growth:.1%} after the first minute")
+    if not sanitized and left > SIGNED_OUT_TOLERANCE_MB:
+        faults.append(f"signed out there were {left:.0f} MB more after")
     if report := soak.client.sanitizer_report():
         faults.append(report)
     return faults
@@ -241,8 +260,10 @@ def main():
         soak.run(options.seconds)
         after = soak.sign_out()
         print(f"signed out {after}", flush=True)
-        status = soak.client.quit()
+        status, end_s = soak.quit_while_cameras_hang()
         faults = judge(soak, before, after, sanitized)
+        if end_s > LONGEST_END_S * PATIENCE:
+            faults.append(f"the client took {end_s:.1f} s to end")
         if status != 0:
             faults.append(f"the client ended with {status}: {soak.client.log()[-3000:]}")
     except BaseException:
@@ -258,7 +279,7 @@ def main():
     print(f"{soak.steps} steps; longest block {soak.longest['longestMs']:.0f} ms (and {soak.longest['waitedMs']:.0f} ms "
           f"without a processor) during {soak.longest['during']}; memory "
           + ("" if growth is None else f"{growth:+.1%} after the first minute, ")
-          + f"{after['memory'] - before['memory']:+.0f} MB signed out")
+          + f"{after['memory'] - before['memory']:+.0f} MB signed out; ended in {end_s:.1f} s")
     for fault in faults:
         print(f"FAULT: {fault}")
     sys.exit(1 if faults else 0)
