@@ -515,6 +515,8 @@ private slots:
         row("a very long list", toJson(continuous(20'000)));
     }
 
+    // Whatever comes, the player reaches a state in which it rests, asks no more than it plays, and still
+    // works.
     void malformedAnswers()
     {
         QFETCH(QByteArray, body);
@@ -558,6 +560,7 @@ private:
     qint64 now() const { return m_player->currentTime() - base; }
     qsizetype asked() const { return m_server->asked("/segments").size(); }
 
+    // Does something that makes the player ask for segments, and waits for the answer.
     void untilAnswered(const std::function<void()> &action)
     {
         const int before = m_answers;
@@ -579,7 +582,5 @@ private:
     int m_answers = 0;
 };
 
-/// Does something that makes the player ask for segments, and waits for the answer.
-// Whatever comes, the player reaches a state in which it rests, asks no more than it plays, and still works.
 QTEST_MAIN(ArchivePlayerTest)
 #include "tst_ArchivePlayer.moc"

@@ -20,6 +20,7 @@ private slots:
         }
     }
 
+    // Plays 25 frames a second against a clock that never stops.
     void catchesUp()
     {
         for (const double rate : {0.5, 1.0, 4.0}) {
@@ -56,6 +57,5 @@ private slots:
     }
 };
 
-// Plays 25 frames a second against a clock that never stops.
 QTEST_GUILESS_MAIN(ClockFollowerTest)
 #include "tst_ClockFollower.moc"

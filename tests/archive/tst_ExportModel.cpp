@@ -323,6 +323,7 @@ private slots:
     }
 
 private:
+    // Starts an export that is given these answers, and then "404" for ever.
     void begin(qint64 lengthMs, const Answers &answers)
     {
         auto left = std::make_shared<Answers>(answers);
@@ -331,6 +332,7 @@ private:
         m_model->exportDirect("cam 1", start, start.addMSecs(lengthMs), QUrl::fromLocalFile(m_path));
     }
 
+    // Runs the export to its end without waiting for its retry delays, which are noted.
     void pump()
     {
         QTimer *retry = timer("retryTimer");
@@ -360,7 +362,5 @@ private:
     static inline QStringList s_log;
 };
 
-/// Starts an export that is given these answers, and then "404" for ever.
-/// Runs the export to its end without waiting for its retry delays, which are noted.
 QTEST_GUILESS_MAIN(ExportModelTest)
 #include "tst_ExportModel.moc"

@@ -53,6 +53,7 @@ private slots:
     }
 
 private:
+    // Ten columns of the picture: ' ' for nothing, '#' for recorded, '-' for something paler.
     static QString drawn(QQuickWindow &window)
     {
         const QImage picture = window.grabWindow();
@@ -65,6 +66,5 @@ private:
     }
 };
 
-/// Ten columns of the picture: ' ' for nothing, '#' for recorded, '-' for something paler.
 QTEST_MAIN(TimelineBarsTest)
 #include "tst_TimelineBars.moc"

@@ -2,24 +2,12 @@
 
 #include <QProcess>
 #include <QTemporaryFile>
-#include <QtEndian>
 
 #include <cstring>
 
 namespace {
 
 constexpr int timeoutMs = 60000;
-
-QByteArray withStartCodes(const QByteArray &lengthPrefixed)
-{
-    QByteArray stream;
-    for (qsizetype at = 0; at + 4 <= lengthPrefixed.size();) {
-        const auto length = qFromBigEndian<quint32>(lengthPrefixed.constData() + at);
-        stream += QByteArray("\0\0\0\1", 4) + lengthPrefixed.mid(at + 4, length);
-        at += 4 + length;
-    }
-    return stream;
-}
 
 } // namespace
 
@@ -31,14 +19,12 @@ QList<demo::FrameInstant> Decoded::instants() const
     return list;
 }
 
-Decoded Decoder::decode(const QStringList &input, const QSize &size, const QByteArray &data)
+Decoded Decoder::decode(const QStringList &input, const QSize &size)
 {
     QProcess ffmpeg;
     ffmpeg.start("ffmpeg",
         QStringList{"-nostats", "-hide_banner", "-v", "warning"} + input
             + QStringList{"-fps_mode", "passthrough", "-f", "rawvideo", "-pix_fmt", "gray", "-"});
-    ffmpeg.write(data);
-    ffmpeg.closeWriteChannel();
     Decoded decoded;
     if (!ffmpeg.waitForFinished(timeoutMs)) {
         ffmpeg.kill();
@@ -65,9 +51,4 @@ Decoded Decoder::decodeMp4(const QByteArray &file, const QSize &size)
     if (!stored.open() || stored.write(file) != file.size() || !stored.flush())
         return {{}, "no temporary file"};
     return decode({"-err_detect", "explode", "-i", stored.fileName()}, size);
-}
-
-Decoded Decoder::decodeUnits(const QByteArray &lengthPrefixed, const QSize &size)
-{
-    return decode({"-err_detect", "explode", "-f", "h264", "-i", "-"}, size, withStartCodes(lengthPrefixed));
 }

@@ -20,10 +20,8 @@ struct Decoded
 class Decoder
 {
 public:
-    /// @param input ffmpeg's input options and "-i" with its value; "-" reads @p data
-    static Decoded decode(const QStringList &input, const QSize &size, const QByteArray &data = {});
+    /// @param input ffmpeg's input options and "-i" with its value
+    static Decoded decode(const QStringList &input, const QSize &size);
     /// A whole MP4 file.
     static Decoded decodeMp4(const QByteArray &file, const QSize &size);
-    /// A bare H.264 stream whose units are preceded by their length in four bytes.
-    static Decoded decodeUnits(const QByteArray &lengthPrefixed, const QSize &size);
 };

@@ -127,6 +127,8 @@ private slots:
         QVERIFY(m_recorder.ask("HEAD", path).body.isEmpty());
     }
 
+    // Three windows at odd instants, the second of them repeated after it broke off: every picture once and
+    // in order.
     void exportedWindowsJoin()
     {
         const qint64 origin = m_nowMs / 1000 * 1000 - 2 * 86400000LL + 400;
@@ -241,7 +243,5 @@ private:
     const qint64 m_nowMs = QDateTime::currentMSecsSinceEpoch();
 };
 
-// Three windows at odd instants, the second of them repeated after it broke off: every picture once and in
-// order.
 QTEST_MAIN(ArchiveApiTest)
 #include "tst_ArchiveApi.moc"

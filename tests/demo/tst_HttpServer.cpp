@@ -97,6 +97,7 @@ private slots:
     }
 
 private:
+    // Everything the server says to these bytes until it closes.
     QByteArray talk(const QByteArray &bytes)
     {
         QTcpSocket socket;
@@ -111,6 +112,5 @@ private:
     std::unique_ptr<HttpServer> m_server;
 };
 
-/// Everything the server says to these bytes until it closes.
 QTEST_GUILESS_MAIN(HttpServerTest)
 #include "tst_HttpServer.moc"

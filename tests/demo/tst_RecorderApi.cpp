@@ -170,31 +170,6 @@ private slots:
         QCOMPARE(file.readAll(), QByteArray("{ \"accounts\": ["));
     }
 
-    void incidentsAreFiltered()
-    {
-        m_recorder->signIn();
-        m_recorder->post("/demo/incidents", {{"title", "Old"}, {"severity", 99}, {"camera_id", "cam-002"}});
-        const auto fire = m_recorder->post(
-            "/client-api/incidents", {{"title", "Smoke & fire"}, {"severity", 3}, {"camera_id", "cam-001"}});
-        QCOMPARE(m_recorder->post("/client-api/incidents", {{"title", "  "}}).status, 400);
-        const std::pair<const char *, QStringList> queries[]{{"status=open,acked", {"Smoke & fire", "Old"}},
-            {"status=resolved", {}}, {"camera_id=cam-002", {"Old"}}, {"severity_min=4", {"Old"}},
-            {"search=e%20%26%20F", {"Smoke & fire"}}, {"limit=1", {"Smoke & fire"}},
-            {"from=2099-01-01T00:00:00.000Z", {}}, {"unknown=1&status=", {"Smoke & fire", "Old"}}};
-        for (const auto &[query, titles] : queries) {
-            QStringList found;
-            const QJsonArray list = m_recorder->get(QString("/client-api/incidents?%1").arg(query)).array;
-            for (const QJsonValue &incident : list)
-                found.append(incident["title"].toString());
-            QVERIFY2(found == titles, query);
-        }
-        const QString path = "/client-api/incidents/" + fire.object["id"].toString();
-        QCOMPARE(m_recorder->post(path + "/ack").object["status"], "acked");
-        QCOMPARE(m_recorder->post(path + "/resolve", {{"resolution", "x"}}).object["status"], "resolved");
-        QCOMPARE(m_recorder->get("/client-api/incidents?status=open,acked").array.size(), 1);
-        QCOMPARE(m_recorder->post("/client-api/incidents/nothing/ack").status, 404);
-    }
-
     void eventHandshakesAreChecked()
     {
         m_recorder->signIn();
@@ -251,11 +226,14 @@ private slots:
         QCOMPARE(next("incident")["id"], incident);
         m_recorder->post("/client-api/incidents/" + incident + "/ack");
         QCOMPARE(next("incident_updated")["status"], "acked");
+        m_recorder->post("/client-api/incidents/" + incident + "/resolve", {{"resolution", "x"}});
+        QCOMPARE(next("incident_updated")["status"], "resolved");
+        QVERIFY(m_recorder->get("/client-api/incidents?status=open,acked").array.isEmpty());
 
         m_recorder->ask("POST", "/demo/events/send", QByteArray("{broken"));
         QTRY_COMPARE(heard.size(), 1);
         QCOMPARE(heard.takeFirst()[0].toString(), "{broken");
-        QTRY_COMPARE(alsoHeard.size(), 7);
+        QTRY_COMPARE(alsoHeard.size(), 8);
 
         m_recorder->post("/demo/events/cut");
         QTRY_COMPARE(first->state(), QAbstractSocket::UnconnectedState);

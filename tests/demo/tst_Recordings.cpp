@@ -30,18 +30,6 @@ private slots:
         m_recordings = std::make_unique<Recordings>(*m_cameras, [this] { return m_now; });
     }
 
-    void plansAreKeptWholeByAnyCut()
-    {
-        const Seconds whole{noon - 2 * day, noon};
-        for (int camera = 1; camera <= 8; ++camera) {
-            const RecordingPlan plan(camera);
-            QList<Seconds> pieces;
-            for (qint64 from = whole.from; from < whole.to; from += 997)
-                pieces += plan.recorded({from, std::min(from + 997, whole.to)});
-            QCOMPARE(RecordingPlan::merge(pieces), plan.recorded(whole));
-        }
-    }
-
     void segmentsTileTheRecordedTime()
     {
         for (int i = 0; i < 8; ++i) {

@@ -1,5 +1,6 @@
 #include "Decoder.h"
 #include "RecorderFixture.h"
+#include "footage/Footage.h"
 
 #include <QProcess>
 #include <QtTest>
@@ -62,6 +63,20 @@ private slots:
         QCOMPARE(m_recorder.streamCount("cam-003/sub", "played"), 0);
     }
 
+    void damagedCacheIsMadeAnew()
+    {
+        const QTemporaryDir cache;
+        const auto picture = [&cache] {
+            return Footage(cache.path()).picture({1, "Gate"}, VideoFormat::sub(), {1763708000, 3});
+        };
+        const QByteArray made = picture();
+        QFile file(cache.filePath(QDir(cache.path()).entryList(QDir::Files).value(0)));
+        QVERIFY(file.resize(file.size() / 2));
+        QCOMPARE(picture(), made);
+        QVERIFY(file.resize(0));
+        QCOMPARE(picture(), made);
+    }
+
     void servesSixteenViewersCheaply()
     {
         std::vector<std::unique_ptr<QProcess>> viewers;
@@ -88,6 +103,7 @@ private:
         return {"-rtsp_transport", "tcp", "-t", QString::number(seconds), "-i", url};
     }
 
+    // A viewer that plays until it is cut and reports each packet on its standard output.
     std::unique_ptr<QProcess> watch(const QString &url) const
     {
         auto viewer = std::make_unique<QProcess>();
@@ -100,6 +116,5 @@ private:
     RecorderFixture m_recorder{16};
 };
 
-/// A viewer that plays until it is cut and reports each packet on its standard output.
 QTEST_MAIN(StreamsTest)
 #include "tst_Streams.moc"
