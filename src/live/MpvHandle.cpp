@@ -115,6 +115,15 @@ void MpvHandle::command(std::initializer_list<const char *> arguments, quint64 r
     mpv_command_async(handle, replyId, list.data());
 }
 
+void MpvHandle::loadFile(const QByteArray &url, const QByteArray &options, quint64 replyId) const
+{
+    // Since 2.3 there is a place in the playlist before the options.
+    if (mpv_client_api_version() < MPV_MAKE_VERSION(2, 3))
+        command({"loadfile", url.constData(), "replace", options.constData()}, replyId);
+    else
+        command({"loadfile", url.constData(), "replace", "-1", options.constData()}, replyId);
+}
+
 void MpvHandle::setProperty(const char *name, const char *value) const
 {
     if (handle)

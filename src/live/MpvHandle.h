@@ -43,6 +43,8 @@ public:
     void requestPlayer(bool stretch);
 
     void command(std::initializer_list<const char *> arguments, quint64 replyId = 0) const;
+    // Options are "name=value" pairs with commas between them, for this file alone.
+    void loadFile(const QByteArray &url, const QByteArray &options, quint64 replyId) const;
     void setProperty(const char *name, const char *value) const;
     void setProperty(const char *name, double value) const;
     void setFlag(const char *name, bool value) const;

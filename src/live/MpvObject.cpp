@@ -12,7 +12,7 @@
 namespace {
 
 constexpr int rateLogIntervalMs = 10000;
-constexpr int takeOverMs = 200;
+constexpr int hardwareLookMs = 60000;
 
 bool isNetworkUrl(const QString &url)
 {
@@ -31,12 +31,6 @@ MpvObject::MpvObject(QQuickItem *parent)
     , m_mpv(std::make_shared<MpvHandle>(this))
     , m_state(QStringLiteral("idle"))
 {
-    m_endTimer.setSingleShot(true);
-    m_endTimer.setInterval(takeOverMs);
-    connect(&m_endTimer, &QTimer::timeout, this, [this] {
-        m_mpv->command({"stop"});
-        m_mpv->setFlag("pause", m_paused);
-    });
     connect(this, &MpvObject::onUpdate, this, &MpvObject::doUpdate, Qt::QueuedConnection);
     connect(this, &QQuickItem::windowChanged, this, &MpvObject::changeWindow);
     // The framebuffer object is as large as the item on the screen: there is nothing to smooth, and without
@@ -154,25 +148,23 @@ void MpvObject::load()
     if (m_isNetwork && !m_httpHeaderFields.isEmpty())
         m_mpv->setStringList("http-header-fields", m_httpHeaderFields.toUtf8());
     m_startSec = m_pendingSeek;
-    if (m_isNetwork)
-        m_mpv->setProperty(
-            "start", m_startSec > shortestSeekSec ? secondsText(m_startSec).constData() : "none");
     m_contextOfLoad = m_mpv->contextSerial;
-    m_mpv->command({"loadfile", m_source.toUtf8().constData()}, MpvHandle::FirstLoad + m_loadSerial);
-    if (m_endTimer.isActive()) {
-        m_endTimer.stop();
-        m_mpv->setFlag("pause", m_paused);
-    }
+    m_mpv->loadFile(
+        m_source.toUtf8(), m_isNetwork ? fileOptions() : QByteArray(), MpvHandle::FirstLoad + m_loadSerial);
 }
 
-void MpvObject::endPlayback()
+QByteArray MpvObject::fileOptions()
 {
-    if (m_isNetwork && isActive()) {
-        m_mpv->setFlag("pause", true);
-        m_endTimer.start();
-    } else {
-        m_mpv->command({"stop"});
-    }
+    // Without this the news that playback has begun would not wait until the first frame was drawn.
+    QByteArrayList options = {"video-latency-hacks=no"};
+    if (m_startSec > shortestSeekSec)
+        options.append("start=" + secondsText(m_startSec));
+    const bool soughtLately = m_hardwareSought.isValid() && !m_hardwareSought.hasExpired(hardwareLookMs);
+    if (soughtLately && m_hwdec == QLatin1String("no"))
+        options.append("hwdec=no");
+    else
+        m_hardwareSought.start();
+    return options.join(',');
 }
 
 void MpvObject::loadAgain()
@@ -199,7 +191,7 @@ void MpvObject::wakeUp()
 
 void MpvObject::stop()
 {
-    endPlayback();
+    m_mpv->command({"stop"});
     const bool hadSource = !m_source.isEmpty();
     const bool hadVideo = m_hasVideo;
     beginLoad(QStringLiteral("idle"));

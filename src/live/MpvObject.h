@@ -3,7 +3,6 @@
 #include <QElapsedTimer>
 #include <QPointer>
 #include <QQuickFramebufferObject>
-#include <QTimer>
 
 #include <memory>
 
@@ -117,6 +116,8 @@ private:
     friend class MpvRenderer;
     friend class RedrawGatherer;
 
+    // For the renderer.
+    bool isNetwork() const { return m_isNetwork; }
     // For the gatherer.
     const std::shared_ptr<MpvHandle> &player() const { return m_mpv; }
     qint64 lastFrameTakenMs() const;
@@ -150,9 +151,9 @@ private:
     void setSourceAt(const QString &source, double seekSec);
     void applyProfile(bool isNetwork);
     void load();
-    // Ends what the player plays. A buffered file is only paused at first: one that is opened in its place
-    // right away then takes over the video output, which costs less than to end it and make another.
-    void endPlayback();
+    // What is set for the file to be loaded alone: its start; and, when no hardware decoder was found within
+    // the last minute, not to look for one. Looking takes a connection to the display or two.
+    QByteArray fileOptions();
     void seekPlayer(double seconds);
     void beginLoad(const QString &state);
     void forgetLoad();
@@ -181,6 +182,7 @@ private:
     bool m_hasVideo = false;
     bool m_stretch = false;
     QString m_hwdec;
+    QElapsedTimer m_hardwareSought;
     // Counts play() and stop(). The playlist entry that the "loadfile" of the latest play() made, -1 until
     // libmpv has told it; and the entry that libmpv opened last. Events of any other entry belong to a file
     // that was replaced.
@@ -190,7 +192,6 @@ private:
     // The render context for which the file was loaded, 0 before that.
     int m_contextOfLoad = 0;
     QSize m_frameSize;
-    QTimer m_endTimer;
     int m_updateCount = 0;
     QElapsedTimer m_updateTimer;
 };

@@ -179,6 +179,11 @@ void MpvObject::handlePlaybackRestart()
 {
     if (!m_mpv->awaitingFirstFrame)
         return;
+    if (m_isNetwork) {
+        m_mpv->awaitingFirstFrame = false;
+        showFirstFrame();
+        return;
+    }
     // The first frame may have been drawn before the news of the open file was read here.
     QTimer::singleShot(firstFramePatienceMs, this, [this, entry = m_entry] {
         if (m_mpv->awaitingFirstFrame && isCurrent(entry)) {

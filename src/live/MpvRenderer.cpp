@@ -48,6 +48,7 @@ void MpvRenderer::synchronize(QQuickFramebufferObject *item)
     const auto *video = static_cast<MpvObject *>(item);
     m_state = video->state();
     m_source = video->source();
+    m_isNetwork = video->isNetwork();
 }
 
 void MpvRenderer::render()
@@ -185,8 +186,12 @@ void MpvRenderer::skipFrame(mpv_render_context *context)
     mpv_render_context_render(context, params);
 }
 
+// When a buffered file shows its first frame is told by the player: what is drawn before may be a frame of
+// the file it replaced.
 void MpvRenderer::noteFirstFrame(bool newFrame)
 {
+    if (m_isNetwork)
+        return;
     if (!newFrame && !m_mpv->firstFrameOverdue)
         return;
     if (m_mpv->awaitingFirstFrame.exchange(false)) {

@@ -48,6 +48,7 @@ private:
     bool m_isFilled = false;
     QString m_state;
     QString m_source;
+    bool m_isNetwork = false;
     int m_renderCount = 0;
     QElapsedTimer m_renderTimer;
 };
