@@ -9,20 +9,22 @@ Item {
     required property var timeline
 
     readonly property var level: timeline.computeTickLevel(timeline.range)
-    readonly property real _firstMinor: firstTick(level.minor)
-    readonly property real _firstMajor: firstTick(level.major)
+    readonly property int _mostMinor: 96
+    readonly property int _mostMajor: 16
+    // Zooming ends at 90 days, but an archive may be longer and leaves ticks out.
+    readonly property real _minor: level.minor * Math.max(
+        1, Math.ceil(timeline.range / level.minor / (_mostMinor - 1)))
+    readonly property real _major: level.major * Math.max(
+        1, Math.ceil(timeline.range / level.major / (_mostMajor - 1)))
+    readonly property real _firstMinor: firstTick(_minor)
+    readonly property real _firstMajor: firstTick(_major)
     readonly property real _offsetMs: -new Date(timeline.viewStart).getTimezoneOffset() * 60000
     // Labels that would run into each other leave some out.
     readonly property int _labelStride: Math.ceil(
-        (metrics.width + Theme.spacingSM) / Math.max(1, width * level.major / timeline.range))
+        (metrics.width + Theme.spacingSM) / Math.max(1, width * _major / timeline.range))
 
     function firstTick(step: real) : real {
         return Math.ceil((timeline.viewStart + _offsetMs) / step) * step - _offsetMs
-    }
-
-    // More than ever while zooming, which ends at 90 days, but an archive may be longer.
-    function _ticksAcross(step: real) : int {
-        return Math.ceil(timeline.range / step) + 1
     }
 
     visible: timeline.range > 0
@@ -34,11 +36,11 @@ Item {
         text: root.timeline.formatTickLabel(0, root.timeline.range)
     }
     Repeater {
-        model: Math.max(96, root._ticksAcross(root.level.minor))
+        model: root._mostMinor
 
         Rectangle {
             required property int index
-            readonly property real time: root._firstMinor + index * root.level.minor
+            readonly property real time: root._firstMinor + index * root._minor
 
             x: Math.round(root.timeline.timeToX(time))
             width: 1
@@ -48,13 +50,13 @@ Item {
         }
     }
     Repeater {
-        model: Math.max(16, root._ticksAcross(root.level.major))
+        model: root._mostMajor
 
         Rectangle {
             id: tick
 
             required property int index
-            readonly property real time: root._firstMajor + index * root.level.major
+            readonly property real time: root._firstMajor + index * root._major
 
             x: Math.round(root.timeline.timeToX(time))
             width: 1
@@ -67,7 +69,7 @@ Item {
                 y: 20 - baselineOffset
                 // One that is cut off by the edge could be misread.
                 visible: tick.x >= width / 2 && tick.x <= root.width - width / 2
-                    && Math.round((tick.time + root._offsetMs) / root.level.major) % root._labelStride === 0
+                    && Math.round((tick.time + root._offsetMs) / root._major) % root._labelStride === 0
                 text: tick.visible ? root.timeline.formatTickLabel(tick.time, root.timeline.range) : ""
                 color: Theme.textSecondary
                 font.pixelSize: Theme.fontXS
