@@ -97,6 +97,12 @@ class Desktop:
             if process:
                 processes.stop(process)
 
+    def wake(self):
+        """Sends every program an event. With software rendering one waits now and then for an answer that libxcb has
+        given to another of its threads, and goes on with the next event; a fault of the program's own does not."""
+        print("a program did not answer and was sent an event", flush=True)
+        subprocess.run(["xprop", "-root", "-f", "_ZORVEL_WAKE", "8s", "-set", "_ZORVEL_WAKE", "1"], env=self.env)
+
     # Input
 
     def _xdotool(self, *words):

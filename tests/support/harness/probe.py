@@ -2,6 +2,7 @@
 
 import json
 import socket
+import threading
 
 from .waiting import PATIENCE, TimedOut, wait_until
 
@@ -39,8 +40,10 @@ def selector(name=None, type=None, text=None, shown=True, within=None, **where):
 
 
 class Probe:
-    def __init__(self, path, process):
-        self._path, self._process = str(path), process
+    """The connection to one client. `wake` is called when the client has not answered for a long time."""
+
+    def __init__(self, path, process, wake):
+        self._path, self._process, self._wake = str(path), process, wake
         self._socket = self._file = None
 
     def connect(self):
@@ -67,7 +70,12 @@ class Probe:
     def ask(self, command, **arguments):
         self._file.write(json.dumps({"do": command, **arguments}) + "\n")
         self._file.flush()
-        line = self._file.readline()
+        timer = threading.Timer(10 * PATIENCE, self._wake)
+        timer.start()
+        try:
+            line = self._file.readline()
+        finally:
+            timer.cancel()
         if not line:
             raise ProbeError("the client closed the probe's connection")
         answer = json.loads(line)

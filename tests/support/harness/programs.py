@@ -209,7 +209,7 @@ class Client(Program):
     def start(self):
         (self._home.path / "probe").unlink(missing_ok=True)
         self.launch([self._program], self.environment())
-        self.probe = Probe(self._home.path / "probe", self.process)
+        self.probe = Probe(self._home.path / "probe", self.process, self._desktop.wake)
         self.probe.connect()
         return self
 
