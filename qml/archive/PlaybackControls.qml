@@ -10,6 +10,8 @@ Flow {
     property real speed: 1
     property string currentTimeText: ""
     property var speedSteps: [0.5, 1, 2, 4]
+    // There is a camera to play.
+    property bool available: true
     // A clip can be chosen; it is being chosen.
     property bool exportAvailable: false
     property bool exportActive: false
@@ -28,6 +30,7 @@ Flow {
 
     ControlButton {
         objectName: "stepBackButton"
+        enabled: root.available
         text: Translations.stepBack
         sign: "−10"
         shortcut: "←"
@@ -35,6 +38,7 @@ Flow {
     }
     ControlButton {
         objectName: "playPauseButton"
+        enabled: root.available
         text: root.playing ? Translations.pause : Translations.play
         shortcut: Translations.keySpace
         primary: true
@@ -46,6 +50,7 @@ Flow {
     }
     ControlButton {
         objectName: "stepForwardButton"
+        enabled: root.available
         text: Translations.stepForward
         sign: "+10"
         shortcut: "→"
@@ -53,6 +58,7 @@ Flow {
     }
     ControlButton {
         objectName: "toEndButton"
+        enabled: root.available
         text: Translations.navToEnd
         sign: "▶|"
         shortcut: "End"

@@ -27,6 +27,7 @@ Rectangle {
             speedSteps: root.page.speedSteps
             currentTimeText: root.page.playheadTime > 0
                 ? Qt.formatDateTime(new Date(root.page.playheadTime), "dd.MM.yyyy HH:mm:ss") : ""
+            available: root.page.selectedCameras.length > 0
             exportAvailable: !root.page.gridMode && root.page.selectedCameraId !== "" && timelineModel.hasData
             exportActive: root.page.exportMode
             onPlayPauseClicked: root.page.playPause()
