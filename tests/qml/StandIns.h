@@ -107,12 +107,6 @@ public:
         setLoading(false);
         emit statusReceived(setupRequired);
     }
-    Q_INVOKABLE void failStatus(const QString &error)
-    {
-        setLoading(false);
-        setError(error);
-        emit statusFailed(error);
-    }
     Q_INVOKABLE void acceptLogin(const QString &login, const QStringList &permissions)
     {
         setLoading(false);

@@ -41,7 +41,8 @@ TestCase {
         apiClient.reset()
         apiClient.acceptLogin("operator", [])
         cameraFeed.list(6)
-        for (const [name, value] of Object.entries({ downloading: false, partial: false, error: "", savedPath: "", cancelled: 0 }))
+        const idle = { downloading: false, partial: false, error: "", savedPath: "", cancelled: 0 }
+        for (const [name, value] of Object.entries(idle))
             exportModel[name] = value
         page = createTemporaryObject(pageComponent, testCase)
         page.forceActiveFocus()

@@ -168,7 +168,8 @@ TestCase {
     }
 
     function test_leaving_a_session() {
-        for (const [leave, hint] of [[() => apiClient.doLogout(), ""], [() => apiClient.expire(), Translations.sessionExpired]]) {
+        const ways = [[() => apiClient.doLogout(), ""], [() => apiClient.expire(), Translations.sessionExpired]]
+        for (const [leave, hint] of ways) {
             signIn(allPermissions)
             main.showPage("admin")
             leave()
