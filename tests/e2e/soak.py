@@ -281,6 +281,8 @@ def main():
         raise
     finally:
         soak.stop()
+    if report := soak.recorder.sanitizer_report():
+        faults.append("the recorder: " + report)
     growth = soak.memory_growth()
     print(f"{soak.steps} steps; longest block {soak.longest['longestMs']:.0f} ms (and {soak.longest['waitedMs']:.0f} ms "
           f"without a processor) during {soak.longest['during']}; memory "

@@ -21,8 +21,8 @@ SANITIZER_REPORT = re.compile(r"ERROR: \w+Sanitizer|runtime error:|WARNING: Thre
 _SUPPRESSIONS = pathlib.Path(__file__).with_name("leaks.txt")
 
 
-def sanitizer_env():
-    return {"ASAN_OPTIONS": "detect_stack_use_after_return=0:abort_on_error=0",
+def sanitizer_env(options):
+    return {"ASAN_OPTIONS": "detect_stack_use_after_return=0:abort_on_error=0" + options,
             "LSAN_OPTIONS": f"suppressions={_SUPPRESSIONS}:print_suppressions=0",
             "UBSAN_OPTIONS": "print_stacktrace=1",
             "TSAN_OPTIONS": "second_deadlock_stack=1"}
@@ -48,6 +48,8 @@ class Home:
 class Program:
     """A started program whose output goes to a log file."""
 
+    asan_options = ""
+
     def __init__(self, log):
         self.log_path = pathlib.Path(log)
         self.process = None
@@ -61,7 +63,7 @@ class Program:
 
     def launch(self, command, env):
         with open(self.log_path, "a") as log:
-            self.process = processes.start(command, env=dict(env, **sanitizer_env()), stdout=log,
+            self.process = processes.start(command, env=dict(env, **sanitizer_env(self.asan_options)), stdout=log,
                                            stderr=subprocess.STDOUT)
 
     def running(self):
@@ -87,6 +89,9 @@ class Program:
 
 class Recorder(Program):
     """The demo recorder on free ports, which it keeps over a restart."""
+
+    # GLib has no frame pointers: only the slow way tells who allocated what it leaks.
+    asan_options = ":fast_unwind_on_malloc=0"
 
     def __init__(self, home, cameras=16):
         super().__init__(home.path / "recorder.log")
