@@ -90,7 +90,7 @@ class ExportTest(EndToEndTest):
         page = self.open_camera(2)
         spans = page.probe.context("timelineModel", "spans")
         gaps = [(one["end"], next["start"]) for one, next in zip(spans, spans[1:])]
-        gap = next((start, end) for start, end in gaps if end - start == 10 * MINUTE)
+        gap = next(gap for gap in gaps if gap[1] - gap[0] == 10 * MINUTE and gap[0] > spans[0]["start"] + MINUTE)
         start, end = page.choose_clip(gap[0] - 20_000, gap[1] + 15_000)
         page.save_clip("gap.mp4")
         page.wait_exported()
