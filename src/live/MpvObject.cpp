@@ -117,6 +117,11 @@ qint64 MpvObject::lastFrameTakenMs() const
     return m_mpv->lastTakenMs;
 }
 
+bool MpvObject::hasOldFrame() const
+{
+    return m_isNetwork && m_mpv->renderReady && m_state == QLatin1String("loading");
+}
+
 bool MpvObject::needsDrawing() const
 {
     return m_mpv->awaitingFirstFrame || !m_mpv->renderReady;
@@ -151,6 +156,8 @@ void MpvObject::load()
     m_contextOfLoad = m_mpv->contextSerial;
     m_mpv->loadFile(
         m_source.toUtf8(), m_isNetwork ? fileOptions() : QByteArray(), MpvHandle::FirstLoad + m_loadSerial);
+    if (m_isNetwork && m_gatherer)
+        m_gatherer->expectFrame(this);
 }
 
 QByteArray MpvObject::fileOptions()

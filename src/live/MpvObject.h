@@ -124,6 +124,8 @@ private:
     // Whether the item must be drawn even while it is not visible: until it has its render context, and the
     // first frame of a load.
     bool needsDrawing() const;
+    // Whether a frame that waits now is one of the file that is being replaced.
+    bool hasOldFrame() const;
 
     // The window is not shown any more, or again. Without redraws a player would fall behind its camera: a
     // live one ends playback, keeps its state, and starts over when the window is back.

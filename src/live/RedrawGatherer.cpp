@@ -27,6 +27,7 @@ constexpr int catchUpMs = 12;
 constexpr int drawTimeoutMs = 500;
 constexpr int rateIntervalMs = 1000;
 constexpr int sleepAfterMs = 1000;
+constexpr int holdMs = 80;
 constexpr int tendIntervalMs = 10;
 // Ending a picture takes a few ms of CPU time; so many players at a time leave the GUI thread its share.
 constexpr int endingsPerTend = 4;
@@ -75,6 +76,9 @@ RedrawGatherer::RedrawGatherer(QQuickWindow *window)
     m_sleepTimer.setSingleShot(true);
     m_sleepTimer.setInterval(sleepAfterMs);
     connect(&m_sleepTimer, &QTimer::timeout, this, [this] { setAsleep(true); });
+    m_holdTimer.setSingleShot(true);
+    m_holdTimer.setInterval(holdMs);
+    connect(&m_holdTimer, &QTimer::timeout, this, &RedrawGatherer::releaseRedraw);
     window->installEventFilter(this);
 
     connect(window, &QQuickWindow::frameSwapped, this, &RedrawGatherer::schedule, Qt::QueuedConnection);
@@ -119,13 +123,27 @@ void RedrawGatherer::request(MpvObject *item)
     schedule();
 }
 
+void RedrawGatherer::expectFrame(MpvObject *item)
+{
+    m_holdTimer.start();
+    // A frame of the file before that is not drawn now would keep the player from ending it.
+    takeFrames({item});
+}
+
+void RedrawGatherer::releaseRedraw()
+{
+    m_holdTimer.stop();
+    if (std::exchange(m_redrawHeld, false))
+        m_window->requestUpdate();
+}
+
 void RedrawGatherer::schedule()
 {
     if (m_pending.isEmpty())
         return;
     const qint64 sinceLastMs = monotonicMs() - m_lastFlushMs;
     qint64 waitMs = 0;
-    if (m_doneSync < m_awaitedSync)
+    if (m_doneSync < m_awaitedSync && !m_redrawHeld)
         waitMs = drawTimeoutMs - sinceLastMs;
     else if (m_busy > playersDrawnAtOnce)
         waitMs = m_tickMs - sinceLastMs;
@@ -143,7 +161,7 @@ void RedrawGatherer::flush()
     QList<MpvObject *> hidden;
     bool draws = false;
     for (MpvObject *item : std::as_const(m_pending)) {
-        if (!item->isVisible() && !item->needsDrawing()) {
+        if (item->hasOldFrame() || (!item->isVisible() && !item->needsDrawing())) {
             hidden.append(item);
             continue;
         }
@@ -152,8 +170,10 @@ void RedrawGatherer::flush()
         draws = true;
     }
     m_pending.clear();
-    if (draws)
+    if (draws) {
         RedrawClock::announce();
+        releaseRedraw();
+    }
     if (!hidden.isEmpty())
         takeFrames(hidden);
 }
@@ -195,6 +215,11 @@ void RedrawGatherer::measureRates()
 
 bool RedrawGatherer::eventFilter(QObject *watched, QEvent *event)
 {
+    if (watched == m_window && event->type() == QEvent::UpdateRequest && m_holdTimer.isActive()) {
+        m_redrawHeld = true;
+        schedule();
+        return true;
+    }
     if (watched == m_window && event->type() == QEvent::Expose) {
         if (!m_window->isExposed()) {
             m_sleepTimer.start();

@@ -18,6 +18,9 @@ class QQuickWindow;
 // a tick as long as one frame of the fastest stream. The next redraw is not asked for before the last one is
 // done, so that the GUI thread does not wait for the render thread.
 //
+// While a recorded file is being opened the window is not redrawn for a moment, so that the new picture and
+// what changes around it are drawn in one go; drawing twice would also keep the first frame waiting.
+//
 // Items that are not visible get their frames taken off their hands without a redraw, so that they keep up;
 // and so do frames that come faster than the tick, which is how a stream catches up after a stall.
 //
@@ -39,6 +42,9 @@ public:
 
     // The item has a new frame.
     void request(MpvObject *item);
+
+    // An item opens a file and will soon have its first frame.
+    void expectFrame(MpvObject *item);
 
     // Whether the window has not been shown for a while. The items are told when that changes.
     bool isAsleep() const { return m_asleep; }
@@ -66,6 +72,7 @@ private:
     void flush();
     void measureRates();
     void setAsleep(bool asleep);
+    void releaseRedraw();
     void takeFrames(const QList<MpvObject *> &items);
 
     QQuickWindow *m_window;
@@ -77,6 +84,9 @@ private:
     QTimer m_rateTimer;
     QTimer m_tendTimer;
     QTimer m_sleepTimer;
+    // Runs while the window's redraws are held back.
+    QTimer m_holdTimer;
+    bool m_redrawHeld = false;
     bool m_asleep = false;
     QElapsedTimer m_sinceRates;
     qint64 m_lastFlushMs = 0;
