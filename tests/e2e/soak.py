@@ -228,8 +228,8 @@ class Soak:
         return self.client.quit(), time.monotonic() - begin
 
     def memory_growth(self):
-        """Growth since the end of the first minute, as a share; None for a short run."""
-        return max(self.rests[2:]) / self.rests[1] - 1 if len(self.rests) > 3 else None
+        """Growth from the second minute to the last one, as a share; None for a short run."""
+        return sum(self.rests[-2:]) / sum(self.rests[1:3]) - 1 if len(self.rests) > 4 else None
 
 
 def judge(soak, before, after, sanitized):
