@@ -5,6 +5,8 @@
 #include "live/MpvObject.h"
 #include "live/RedrawClock.h"
 
+#include <QCoreApplication>
+#include <QEvent>
 #include <QPointer>
 #include <QQuickWindow>
 #include <QRunnable>
@@ -134,7 +136,7 @@ void RedrawGatherer::releaseRedraw()
 {
     m_holdTimer.stop();
     if (std::exchange(m_redrawHeld, false))
-        m_window->requestUpdate();
+        QCoreApplication::postEvent(m_window, new QEvent(QEvent::UpdateRequest));
 }
 
 void RedrawGatherer::schedule()
