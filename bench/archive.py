@@ -120,7 +120,7 @@ def measure_export(bench):
         started = time.monotonic()
         page.probe.call_context("exportModel", "exportDirect", camera, instant(begin),
                                 instant(begin + minutes * MINUTE_MS), by_client.as_uri())
-        wait_until(lambda: not page.probe.context("exportModel", "downloading"), 120, "the export", interval=0.005)
+        wait_until(by_client.exists, 120, "the export", interval=0.002)
         return time.monotonic() - started
 
     curl_seconds()

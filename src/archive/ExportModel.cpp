@@ -14,7 +14,7 @@ namespace {
 
 constexpr qint64 windowMs = 300'000;
 constexpr qint64 chunkBytes = 262'144;
-constexpr qint64 readAheadBytes = 4 * chunkBytes;
+constexpr qint64 readAheadBytes = 16 * chunkBytes;
 constexpr qint64 errorBodyLimit = 65'536;
 constexpr int bytesIntervalMs = 250;
 constexpr int stallMs = 60'000;
@@ -175,14 +175,15 @@ void ExportModel::onReadyRead()
 void ExportModel::readBody()
 {
     const bool refused = httpStatus(*m_reply) >= 400;
+    m_chunk.resize(chunkBytes);
     while (m_reply->bytesAvailable() > 0) {
-        const QByteArray chunk = m_reply->read(chunkBytes);
-        if (chunk.isEmpty())
+        const qint64 length = m_reply->read(m_chunk.data(), m_chunk.size());
+        if (length <= 0)
             return;
         if (refused)
-            m_errorBody.append(chunk.left(errorBodyLimit - m_errorBody.size()));
+            m_errorBody.append(m_chunk.constData(), std::min(length, errorBodyLimit - m_errorBody.size()));
         else if (!m_writeFailed)
-            m_writeFailed = m_file->write(chunk) != chunk.size();
+            m_writeFailed = m_file->write(m_chunk.constData(), length) != length;
     }
 }
 

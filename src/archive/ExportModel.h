@@ -117,6 +117,8 @@ private:
     std::shared_ptr<QSaveFile> m_file;
     qint64 m_windowStartSize = 0;
     QByteArray m_errorBody;
+    // Kept from one read to the next: to allocate it each time would cost as much as the reading.
+    QByteArray m_chunk;
     QPointer<QNetworkReply> m_reply;
     QTimer m_retryTimer{this};
     QTimer m_stallTimer{this};
