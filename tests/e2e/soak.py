@@ -14,7 +14,6 @@ random step.
 """
 
 import argparse
-import os
 import pathlib
 import random
 import re
