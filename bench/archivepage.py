@@ -8,7 +8,7 @@ from harness.programs import Client, Home
 from harness.waiting import wait_until
 from setting import LOGIN, PASSWORD
 
-_PAGE = {"type": "PlaybackView", "shown": True}
+_PAGE = {"type": "PlaybackView"}
 
 
 class MouseButton:
@@ -48,7 +48,7 @@ class ArchivePage:
         ui.open_page("playback")
 
     def call(self, method, *arguments):
-        return self.probe.ask("invoke", selector=_PAGE, call=method, args=list(arguments))
+        return self.probe.ask("invoke", selector={**_PAGE, "shown": True}, call=method, args=list(arguments))
 
     def play(self, cameras, from_ms):
         """Shows these cameras from a moment on."""
@@ -58,6 +58,7 @@ class ArchivePage:
         wait_until(lambda: self.probe.context("timelineModel", "hasData"), 20, "the recording range")
         self.call("playFrom", from_ms)
         self.wait_pictures(len(cameras))
+        time.sleep(2)
         self.probe.ask("stopSignals")
         self._watch(later=False)
 
@@ -89,7 +90,10 @@ class ArchivePage:
         time.sleep(0.5)
         self.probe.ask("takeSignals")
         released = self.button.click()
-        return (self.wait_pictures()[0] - released) / 1e9
+        seconds = (self.wait_pictures()[0] - released) / 1e9
+        playhead = self.probe.value("playheadTime", **_PAGE)
+        assert abs(playhead - moment_ms) < 5000, f"the click on {moment_ms} led to {playhead}"
+        return seconds
 
     def cell_size(self, kind):
         item = self.probe.item(type=kind)
