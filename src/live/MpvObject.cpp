@@ -3,6 +3,7 @@
 #include "app/Logging.h"
 #include "live/MpvHandle.h"
 #include "live/MpvRenderer.h"
+#include "live/MpvWorkers.h"
 #include "live/RedrawGatherer.h"
 
 #include <QQuickWindow>
@@ -201,6 +202,8 @@ void MpvObject::stop()
     m_mpv->command({"stop"});
     const bool hadSource = !m_source.isEmpty();
     const bool hadVideo = m_hasVideo;
+    if (hadVideo)
+        MpvWorkers::noteStreamEnded();
     beginLoad(QStringLiteral("idle"));
     m_source.clear();
     m_position = 0;

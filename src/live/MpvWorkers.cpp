@@ -5,16 +5,20 @@
 #include <QCoreApplication>
 #include <QDeadlineTimer>
 #include <QThreadPool>
+#include <QTimer>
 
 #include <mpv/client.h>
 
 #include <atomic>
+#include <utility>
 
 namespace {
 
 constexpr int makerThreads = 1;
 constexpr int reaperThreads = 8;
 constexpr int exitGraceMs = 3000;
+// Decoders end within a fraction of a second; more streams may end meanwhile.
+constexpr int trimDelayMs = 10'000;
 
 struct Pools
 {
@@ -51,6 +55,17 @@ void MpvWorkers::tearDown(mpv_handle *player)
         mpv_terminate_destroy(player);
         if (--pools().doomed == 0)
             returnFreeMemory();
+    });
+}
+
+void MpvWorkers::noteStreamEnded()
+{
+    static bool scheduled = false;
+    if (std::exchange(scheduled, true))
+        return;
+    QTimer::singleShot(trimDelayMs, QCoreApplication::instance(), [] {
+        scheduled = false;
+        pools().reapers.start(returnFreeMemory);
     });
 }
 
