@@ -17,6 +17,9 @@ from harness.waiting import wait_until
 from livegrid import PRESET_FOR, LiveGrid
 from setting import LOGIN, PASSWORD, run
 
+# Every eighth has no sub stream, and 64 that have one are wanted.
+CAMERAS = 80
+
 
 def stream_urls(bench, cameras, role="sub"):
     return [bench.recorder.call("GET", f"/client-api/cameras/{camera}/stream-url?role={role}",
@@ -173,6 +176,6 @@ PARTS = {"cpu": measure_cpu, "first-frame": measure_first_frame, "blocks": measu
 
 
 if __name__ == "__main__":
-    run(__doc__.splitlines()[0], PARTS, 64, [
+    run(__doc__.splitlines()[0], PARTS, CAMERAS, [
         ("--counts", "1,4,16,64", "how many streams the processor figures are taken with"),
         ("--seconds", 6.0, "how long each processor figure is averaged over")])
