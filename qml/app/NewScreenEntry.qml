@@ -18,6 +18,7 @@ SidebarEntry {
         id: notice
 
         objectName: "newScreenNotice"
+        title: Translations.newScreen
         text: Translations.newScreenLater
         onClosed: root.forceActiveFocus()
     }

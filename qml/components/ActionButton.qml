@@ -9,7 +9,7 @@ ButtonBase {
     property color textColor: Theme.textPrimary
     property color hoverColor: Theme.surfaceMedium
     property color baseColor: Theme.surfaceLight
-    property color disabledColor: Qt.rgba(baseColor.r, baseColor.g, baseColor.b, 0.5)
+    property color disabledColor: Theme.accentDisabled
     property real hPad: 12
 
     implicitWidth: implicitContentWidth + 2 * hPad

@@ -6,5 +6,4 @@ ActionButton {
     textColor: Theme.textOnAccent
     baseColor: Theme.accent
     hoverColor: Theme.accentHover
-    disabledColor: Theme.accentDisabled
 }

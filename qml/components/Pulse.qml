@@ -39,7 +39,7 @@ Item {
             root._rising = 0
         }
         onTriggered: {
-            if (Date.now() - root._lastMs >= interval)
+            if (Date.now() - root._lastMs >= interval / 2)
                 root.advance()
         }
     }

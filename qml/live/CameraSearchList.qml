@@ -77,6 +77,7 @@ FocusScope {
         id: list
 
         objectName: "cameraRows"
+        Accessible.name: Translations.camerasHeader
         anchors.top: search.bottom
         anchors.topMargin: Theme.spacingSM
         anchors.bottom: parent.bottom
