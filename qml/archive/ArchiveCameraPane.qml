@@ -27,12 +27,8 @@ FocusScope {
         onCameraClicked: cameraId => {
             root.cameraToggled(cameraId)
             // What was ticked with the mouse is then played with the keys of the page.
-            if (hover.hovered)
+            if (list.pickedByMouse)
                 root.leaveRequested(Qt.MouseFocusReason)
-        }
-
-        HoverHandler {
-            id: hover
         }
     }
     Rectangle {

@@ -15,10 +15,8 @@ Rectangle {
 
     // Whether the timeline knows what was recorded at that moment.
     readonly property bool _charted: targetTime >= timelineModel.loadedFrom && targetTime < timelineModel.loadedTo
-    // How it ended when last tried, "no_footage" or "error"; trying again does not say otherwise.
-    property string _outcome: ""
     readonly property string _shownState: archive.state !== "loading" ? archive.state
-        : loadStalled ? "no_footage" : _outcome !== "" ? _outcome : "loading"
+        : loadStalled ? "no_footage" : "loading"
     readonly property string _text: cameraId === "" ? Translations.clickCameraToAssign : ({
         loading: Translations.loading,
         no_footage: Translations.noFootageHere,
@@ -91,7 +89,6 @@ Rectangle {
             } else {
                 stallTimer.stop()
                 root.loadStalled = false
-                root._outcome = state === "no_footage" || state === "error" ? state : ""
             }
             if (state === "playing" && !root.isPlaying)
                 pause()
@@ -155,6 +152,7 @@ Rectangle {
             implicitHeight: 26
             text: Translations.removeFromCell
             sign: "✕"
+            Accessible.name: text + ", " + root.cameraName
             onClicked: root.closeRequested()
         }
     }

@@ -52,6 +52,7 @@ Flow {
         property string hint: ""
 
         text: hint === "" ? label : hint
+        focusPolicy: Qt.TabFocus
 
         StyledToolTip {
             visible: navButton.hovered && navButton.hint !== ""

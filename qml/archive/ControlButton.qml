@@ -11,6 +11,8 @@ ButtonBase {
     property bool primary: false
     property bool hintEnabled: text !== sign
 
+    // A click leaves the keyboard, Space among others, to the page.
+    focusPolicy: Qt.TabFocus
     leftPadding: Theme.spacingSM
     rightPadding: Theme.spacingSM
     implicitWidth: Math.max(Theme.controlHeight, implicitContentWidth + leftPadding + rightPadding)

@@ -54,8 +54,11 @@ Flow {
     }
     Line {
         objectName: "exportError"
+        height: Math.max(Theme.controlHeight, implicitHeight)
         text: exportModel.error
         color: Theme.statusError
+        wrapMode: Text.Wrap
+        elide: Text.ElideNone
         Accessible.role: Accessible.AlertMessage
     }
     Line {

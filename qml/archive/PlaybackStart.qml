@@ -12,6 +12,13 @@ Connections {
         initializeView()
     }
 
+    // Nothing of the last hours is recorded: what the view shows may still be.
+    function onLoadingChanged() {
+        if (!timelineModel.loading && page.gridMode && !timelineModel.hasData && page.gridPlayheadTime > 0
+                && timelineModel.loadedTo > timelineModel.loadedFrom)
+            timelineModel.loadRange(page.timeline.viewStart, page.timeline.viewEnd)
+    }
+
     function autoPlay() {
         if (!page._autoPlayPending || page.gridMode)
             return
@@ -25,6 +32,7 @@ Connections {
             console.info(playbackLog, "[archive-ui] autoplay skipped: hasData=" + timelineModel.hasData
                 + " player=" + (page.player ? "ok" : "null"))
             page._switching = false
+            page.pendingSeekMs = 0
             return
         }
         const start = page.pendingSeekMs > 0 ? page.pendingSeekMs : timelineModel.computeStartTime()

@@ -87,6 +87,8 @@ T.Control {
         let bound = recorded ? Math.max(earliest, Math.min(latest, timeMs)) : timeMs
         bound = Math.round(isStart ? Math.min(bound, selectionEnd - shortestSelection)
             : Math.max(bound, selectionStart + shortestSelection))
+        if (recorded && (bound < earliest || bound > latest))
+            return
         if (isStart)
             selectionChanged(bound, selectionEnd)
         else

@@ -48,7 +48,9 @@ FocusScope {
         exportMode = false
         gridMode = selectedCameras.length > 1
         if (gridMode) {
-            _applyGrid(wasGrid ? 0 : moment)
+            const start = wasGrid ? 0 : pendingSeekMs > 0 ? pendingSeekMs : moment
+            pendingSeekMs = 0
+            _applyGrid(start)
             return
         }
         if (wasGrid && pendingSeekMs <= 0)
@@ -69,6 +71,7 @@ FocusScope {
         } else {
             playFrom(timeMs)
         }
+        timeline.forceActiveFocus(Qt.OtherFocusReason)
     }
 
     function activeCameraIds() : var {
@@ -127,9 +130,9 @@ FocusScope {
         exportMode = !exportMode
         if (!exportMode)
             return
-        const start = playheadTime > 0 ? playheadTime : timelineModel.latest
+        const start = Math.max(playheadTime > 0 ? playheadTime : timelineModel.latest, timelineModel.earliest)
         exportEnd = Math.min(start + 60000, timelineModel.latest)
-        exportStart = Math.min(Math.max(start, timelineModel.earliest), exportEnd - 1000)
+        exportStart = Math.min(start, exportEnd - 1000)
     }
 
     function exportRangeText() : string {
@@ -161,6 +164,7 @@ FocusScope {
         selectedCameraId = cameraId
         _switching = cameraId !== ""
         if (cameraId === "") {
+            pendingSeekMs = 0
             timelineModel.clear()
             return
         }

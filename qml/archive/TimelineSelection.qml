@@ -37,8 +37,14 @@ Item {
             const steps = { [Qt.Key_Left]: -1000, [Qt.Key_Right]: 1000 }
             event.accepted = event.key in steps
             const factor = event.modifiers & Qt.ShiftModifier ? 10 : 1
-            if (event.accepted)
+            if (event.accepted) {
                 root.timeline.moveBound(isStart, time + factor * steps[event.key])
+                root.timeline.reveal(time)
+            }
+        }
+        onActiveFocusChanged: {
+            if (activeFocus)
+                root.timeline.reveal(time)
         }
 
         Rectangle {

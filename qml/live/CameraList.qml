@@ -8,6 +8,7 @@ FocusScope {
     property bool dragEnabled: true
     // The cameras that bear a tick.
     property var ticked: []
+    readonly property alias pickedByMouse: list.pickedByMouse
 
     signal cameraClicked(string cameraId)
     signal cameraDragStarted(string cameraId, real globalX, real globalY)

@@ -16,6 +16,8 @@ FocusScope {
     // The cameras that are shown already: a Map of camera id to slot index.
     property var slotOf: new Map()
     property alias mouseEnabled: pointer.enabled
+    // Whether the camera that is being picked was clicked.
+    property bool pickedByMouse: false
     // A list that nobody sees follows no camera.
     property bool active: visible
 
@@ -160,8 +162,11 @@ FocusScope {
                     follow(event)
             }
             onClicked: event => {
-                if (!dragging && rowAt(event.y, list.contentY) === pressedIndex)
-                    root.pick(pressedIndex)
+                if (dragging || rowAt(event.y, list.contentY) !== pressedIndex)
+                    return
+                root.pickedByMouse = true
+                root.pick(pressedIndex)
+                root.pickedByMouse = false
             }
             onReleased: endDrag()
             onCanceled: endDrag()

@@ -99,6 +99,8 @@ T.AbstractButton {
                 root.grid.openCameraPicker(root.index)
         }
         onDoubleClicked: {
+            // The cell moves under the pressed button, which is no drag.
+            mayDrag = false
             if (root.occupied)
                 root.grid.toggleMaximized(root.index)
         }

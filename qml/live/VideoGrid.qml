@@ -157,8 +157,12 @@ FocusScope {
     onMaximizedSlotChanged: cellArea.keepFocusVisible()
     on_PlacementInputsChanged: _scheduleSync()
     onVisibleChanged: {
-        if (visible)
+        if (visible) {
             _scheduleSync()
+        } else {
+            picker.close()
+            cancelSlotDrag()
+        }
     }
     Component.onCompleted: _syncStreams()
 
@@ -234,6 +238,9 @@ FocusScope {
 
         objectName: "cameraPicker"
         onCameraSelected: cameraId => root.assignSlotExclusive(slotIndex, cameraId)
-        onClosed: root.focusSlot(slotIndex, byKeyboard ? Qt.TabFocusReason : Qt.PopupFocusReason)
+        onClosed: {
+            if (root.visible)
+                root.focusSlot(slotIndex, byKeyboard ? Qt.TabFocusReason : Qt.PopupFocusReason)
+        }
     }
 }

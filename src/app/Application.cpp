@@ -45,7 +45,7 @@ void Application::wire()
     connect(&m_apiClient, &ApiClient::camerasReceived, &m_apiClient, &ApiClient::fetchCamerasStatus);
     connect(&m_apiClient, &ApiClient::cameraStatusReceived, &m_cameraModel, &CameraListModel::updateStatuses);
     connect(&m_wsClient, &WSClient::cameraStatusChanged, &m_cameraModel, &CameraListModel::updateStatus);
-    connect(&m_cameraRefetchTimer, &QTimer::timeout, &m_apiClient, &ApiClient::fetchCameras);
+    connect(&m_cameraRefetchTimer, &QTimer::timeout, this, &Application::refetchCameras);
     connect(&m_wsClient, &WSClient::cameraAdded, &m_cameraRefetchTimer, start);
     connect(&m_wsClient, &WSClient::cameraUpdated, &m_cameraRefetchTimer, start);
     connect(&m_wsClient, &WSClient::cameraDeleted, &m_cameraRefetchTimer, start);
@@ -90,6 +90,12 @@ void Application::endSession()
     m_cameraModel.setCameras({});
     m_timelineModel.clear();
     m_exportModel.endSession();
+}
+
+void Application::refetchCameras()
+{
+    if (m_apiClient.isAuthenticated())
+        m_apiClient.fetchCameras();
 }
 
 void Application::catchUpAfterLoss()

@@ -39,6 +39,8 @@ private:
     void startSession();
     // However it ended: nothing is fetched, and nobody sees this user's cameras, until the next sign-in.
     void endSession();
+    // The event channel outlives a session that has expired; nothing is fetched then.
+    void refetchCameras();
     // What changed while the event channel was lost was not pushed.
     void catchUpAfterLoss();
 

@@ -116,6 +116,7 @@ void RedrawGatherer::remove(MpvObject *item)
 void RedrawGatherer::request(MpvObject *item)
 {
     m_pending.insert(item);
+    m_firstFrameWaits = m_firstFrameWaits || item->needsDrawing();
     if (!m_rateTimer.isActive()) {
         m_sinceRates.start();
         m_rateTimer.start();
@@ -148,7 +149,7 @@ void RedrawGatherer::schedule()
     if (m_doneSync < m_awaitedSync && !m_redrawHeld)
         waitMs = drawTimeoutMs - sinceLastMs;
     else if (m_busy > playersDrawnAtOnce)
-        waitMs = m_tickMs - sinceLastMs;
+        waitMs = (m_firstFrameWaits ? shortestTickMs : m_tickMs) - sinceLastMs;
     waitMs = std::max<qint64>(waitMs, 0);
     if (!m_flushTimer.isActive() || waitMs < m_flushTimer.remainingTime())
         m_flushTimer.start(int(waitMs));
@@ -172,6 +173,7 @@ void RedrawGatherer::flush()
         draws = true;
     }
     m_pending.clear();
+    m_firstFrameWaits = false;
     if (draws) {
         RedrawClock::announce();
         releaseRedraw();

@@ -80,6 +80,8 @@ private:
     std::shared_ptr<std::atomic_bool> m_freeScheduled;
     QHash<MpvObject *, Stream> m_items;
     QSet<MpvObject *> m_pending;
+    // Whether one of them has shown nothing yet: it is drawn without waiting for the tick.
+    bool m_firstFrameWaits = false;
     QTimer m_flushTimer;
     QTimer m_rateTimer;
     QTimer m_tendTimer;

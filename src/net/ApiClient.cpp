@@ -64,6 +64,7 @@ void ApiClient::checkStatus(const QString &serverUrl)
         }
         emit statusReceived(answer->value(u"setup_required").toBool());
     });
+    Requests::limitDuration(m_signInReply);
 }
 
 void ApiClient::doSetup(const QString &serverUrl, const QString &login, const QString &password)
@@ -121,6 +122,7 @@ void ApiClient::setServerUrl(const QString &serverUrl)
     if (m_authenticated) {
         endSession();
         emit authChanged();
+        emit signedOut();
     }
 }
 
@@ -160,6 +162,7 @@ void ApiClient::signIn(
         m_signInReply, this, [this, withBreadcrumbs](QNetworkReply &reply, const QByteArray &body) {
             handleSignIn(reply, body, withBreadcrumbs);
         });
+    Requests::limitDuration(m_signInReply);
 }
 
 void ApiClient::handleSignIn(QNetworkReply &reply, const QByteArray &body, bool withBreadcrumbs)
@@ -219,6 +222,7 @@ void ApiClient::refresh()
         QByteArray());
     Requests::whenFinished(m_refreshReply, this,
         [this](QNetworkReply &reply, const QByteArray &body) { handleRefresh(reply, body); });
+    Requests::limitDuration(m_refreshReply);
 }
 
 void ApiClient::handleRefresh(QNetworkReply &reply, const QByteArray &body)

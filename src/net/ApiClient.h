@@ -131,8 +131,6 @@ signals:
     void sessionExpired();
     void errorChanged();
     void loadingChanged();
-    /// doLogout() ended the session.
-    void signedOut();
 
     void camerasReceived(const QList<CameraData> &cameras);
     void cameraStatusReceived(const QList<CameraStatusData> &statuses);
@@ -160,6 +158,9 @@ signals:
     void incidentActionFailed(const QString &id, const QString &error);
     /// The document as text, just as the server sent it.
     void preferencesReceived(const QString &json);
+
+    /// The session was ended here: by doLogout(), or by turning to another server.
+    void signedOut();
 
 private:
     using OnBody = std::function<void(const QByteArray &body)>;

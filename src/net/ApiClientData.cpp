@@ -8,6 +8,7 @@
 
 namespace {
 
+// What is cut off could be the rest of an address with a password, so more is read than shown.
 constexpr qsizetype longestLoggedBody = 2048;
 
 const QString invalidResponse = QStringLiteral("invalid response");
@@ -52,6 +53,11 @@ QVariantList spanMapsOf(const QJsonArray &array)
     return maps;
 }
 
+bool isMissing(const QJsonValue &value)
+{
+    return value.isUndefined() || value.isNull();
+}
+
 void logFailure(const char *call, const QString &error)
 {
     qCWarning(lcApi).noquote() << QLatin1StringView(call) + QStringLiteral(" failed:") << error;
@@ -89,7 +95,8 @@ void ApiClient::fetchCamerasStatus()
             if (!array) {
                 qCWarning(lcStatus).noquote()
                     << "fetchCamerasStatus: response is not a JSON array:"
-                    << redactUrl(QString::fromUtf8(body.first(std::min(body.size(), longestLoggedBody))));
+                    << redactUrl(QString::fromUtf8(body.first(std::min(body.size(), 2 * longestLoggedBody))))
+                           .left(longestLoggedBody);
                 return;
             }
             const auto statuses = recordsOf<CameraStatusData>(*array);
@@ -203,16 +210,19 @@ void ApiClient::fetchBatchTimeline(
         post(QStringLiteral("/client-api/playback/batch-timeline"), query),
         [this, requestId, fail](const QByteArray &body) {
             const auto answer = Json::object(body);
-            if (!answer || !answer->value(u"per_camera").isObject() || !answer->value(u"merged").isArray()) {
+            const QJsonValue ofCameras = answer ? answer->value(u"per_camera") : QJsonValue();
+            const QJsonValue merged = answer ? answer->value(u"merged") : QJsonValue();
+            if (!answer || !(ofCameras.isObject() || isMissing(ofCameras))
+                || !(merged.isArray() || isMissing(merged))) {
                 fail(invalidResponse);
                 return;
             }
             QVariantMap perCamera;
-            const QJsonObject spans = answer->value(u"per_camera").toObject();
+            const QJsonObject spans = ofCameras.toObject();
             for (auto camera = spans.begin(); camera != spans.end(); ++camera) {
                 perCamera.insert(camera.key(), spanMapsOf(camera->toArray()));
             }
-            emit batchTimelineReceived(perCamera, spanMapsOf(answer->value(u"merged").toArray()), requestId);
+            emit batchTimelineReceived(perCamera, spanMapsOf(merged.toArray()), requestId);
         },
         fail);
 }
@@ -373,11 +383,18 @@ void ApiClient::fetchIncidentList(
     readAnswer(
         get(path),
         [this, received, fail](const QByteArray &body) {
-            if (const auto array = Json::array(body)) {
-                emit(this->*received)(array->toVariantList());
-            } else {
+            const auto array = Json::array(body);
+            if (!array) {
                 fail(invalidResponse);
+                return;
             }
+            QVariantList incidents;
+            for (const QJsonValue incident : *array) {
+                if (incident.isObject()) {
+                    incidents.append(incident.toObject().toVariantMap());
+                }
+            }
+            emit(this->*received)(incidents);
         },
         fail);
 }

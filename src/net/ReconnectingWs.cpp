@@ -42,6 +42,7 @@ void ReconnectingWs::open(const QNetworkRequest &request)
 
     m_socket = new QWebSocket(QString(), QWebSocketProtocol::Version13, this);
     m_socket->setMaxAllowedIncomingMessageSize(longestMessage);
+    m_socket->setMaxAllowedIncomingFrameSize(longestMessage);
     connect(m_socket, &QWebSocket::connected, this, &ReconnectingWs::handleConnected);
     connect(m_socket, &QWebSocket::disconnected, this, &ReconnectingWs::handleDisconnected);
     connect(m_socket, &QWebSocket::textMessageReceived, this, &ReconnectingWs::handleTextMessage);

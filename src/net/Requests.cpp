@@ -4,6 +4,7 @@
 #include "net/Json.h"
 
 #include <QNetworkReply>
+#include <QTimer>
 #include <QUuid>
 
 QNetworkRequest Requests::plain(const QUrl &url, Body body)
@@ -43,6 +44,11 @@ void Requests::whenFinished(QNetworkReply *reply, QObject *owner,
         reply->deleteLater();
         handle(*reply, reply->isOpen() ? reply->readAll() : QByteArray());
     });
+}
+
+void Requests::limitDuration(QNetworkReply *reply)
+{
+    QTimer::singleShot(silenceLimitMs, reply, &QNetworkReply::abort);
 }
 
 bool Requests::hasFailed(const QNetworkReply &reply)
