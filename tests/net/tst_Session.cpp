@@ -280,7 +280,7 @@ private slots:
 
         m_signals->lines.clear();
         m_client->checkStatus(other.url());
-        QCOMPARE(m_signals->lines, QStringList("authChanged"));
+        QCOMPARE(m_signals->lines, QStringList({"authChanged", "signedOut"}));
         m_client->fetchCameras();
         QTRY_COMPARE(other.requests().size(), 2);
         for (const auto &request : other.requests())

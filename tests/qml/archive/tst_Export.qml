@@ -61,7 +61,7 @@ TestCase {
             { tag: "near the end", playhead: latest - 20000, bounds: [-20000, 0] },
             { tag: "at the end", playhead: latest - 500, bounds: [-1000, 0] },
             { tag: "before the recording", playhead: latest - 10 * hour - 30000,
-                bounds: [-10 * hour, -10 * hour + 30000] }
+                bounds: [-10 * hour, -10 * hour + 60000] }
         ]
     }
 
