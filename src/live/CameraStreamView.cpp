@@ -76,7 +76,7 @@ void CameraStreamView::setCameraId(const QString &cameraId)
     m_cameraId = cameraId;
     m_subRequestId.clear();
     m_mainRequestId.clear();
-    m_renewalRequestId.clear();
+    forgetRenewal();
     m_recoverTimer.stop();
     m_recoverDelayMs = firstRecoverDelayMs;
     emit cameraIdChanged();
@@ -175,6 +175,7 @@ void CameraStreamView::onUrlRequested(const QString &role)
         m_deferredRole = role;
         return;
     }
+    player(m_machine.frontSlot() == 0 ? 1 : 0)->prepare();
     fetchUrl(role, role == QLatin1String("sub") ? m_subRequestId : m_mainRequestId);
 }
 
@@ -223,6 +224,11 @@ void CameraStreamView::onFrontSlotChanged(int slot)
 void CameraStreamView::onStreamUrlReceived(
     const QString &cameraId, const QString &requestId, const QString &url)
 {
+    if (!requestId.isEmpty() && requestId == m_renewalRequestId) {
+        m_renewalRequestId.clear();
+        m_renewedUrl = url;
+        return;
+    }
     const QString role = takeRoleOf(cameraId, requestId);
     if (!role.isEmpty())
         m_machine.provideUrl(role, url);
@@ -235,8 +241,11 @@ void CameraStreamView::onStreamUrlFailed(
     if (requestId == m_renewalRequestId)
         return;
     const QString role = takeRoleOf(cameraId, requestId);
-    if (!role.isEmpty())
-        m_machine.urlFailed(role);
+    if (role.isEmpty())
+        return;
+    m_machine.urlFailed(role);
+    if (m_machine.frontSlot() < 0 && m_machine.pendingSlot() < 0)
+        scheduleRecovery();
 }
 
 QString CameraStreamView::takeRoleOf(const QString &cameraId, const QString &requestId)
@@ -251,7 +260,7 @@ QString CameraStreamView::takeRoleOf(const QString &cameraId, const QString &req
         m_mainRequestId.clear();
         return QStringLiteral("main");
     }
-    return requestId == m_renewalRequestId ? m_renewalRole : QString();
+    return {};
 }
 
 void CameraStreamView::onMachineStateChanged(const QString &state)
@@ -300,6 +309,8 @@ void CameraStreamView::recover()
 {
     const bool hasFailedAgain = m_recoverDelayMs > 2 * firstRecoverDelayMs;
     qCInfo(lcStream, "[%ls] live auto-recover: retry", qUtf16Printable(m_cameraId));
+    if (!m_renewedUrl.isEmpty())
+        m_machine.provideUrl(m_renewalRole, std::exchange(m_renewedUrl, {}));
     m_machine.retry();
     if (!hasFailedAgain || !m_apiClient || m_machine.pendingSlot() < 0)
         return;
@@ -313,6 +324,13 @@ void CameraStreamView::recovered()
         qCInfo(lcStream, "[%ls] live stream recovered", qUtf16Printable(m_cameraId));
     m_recoverTimer.stop();
     m_recoverDelayMs = firstRecoverDelayMs;
+    forgetRenewal();
+}
+
+void CameraStreamView::forgetRenewal()
+{
+    m_renewalRequestId.clear();
+    m_renewedUrl.clear();
 }
 
 void CameraStreamView::updateWatch()

@@ -97,6 +97,7 @@ private:
     void scheduleRecovery();
     void recover();
     void recovered();
+    void forgetRenewal();
     void updateWatch();
     void watch();
 
@@ -112,6 +113,8 @@ private:
     QString m_mainRequestId;
     QString m_renewalRequestId;
     QString m_renewalRole;
+    // For the next attempt.
+    QString m_renewedUrl;
     QString m_deferredRole;
     QTimer m_recoverTimer{this};
     int m_recoverDelayMs;

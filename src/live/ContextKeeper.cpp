@@ -55,6 +55,13 @@ bool ContextKeeper::mayWork() const
     return m_spent < frameBudget;
 }
 
+SoftwareFrames *ContextKeeper::softwareFrames()
+{
+    if (!m_drawsInSoftware)
+        m_drawsInSoftware = SoftwareFrames::areWanted();
+    return *m_drawsInSoftware ? &m_softwareFrames : nullptr;
+}
+
 void ContextKeeper::adopt(const MpvHandle *mpv, mpv_render_context *context)
 {
     m_contexts[mpv] = context;

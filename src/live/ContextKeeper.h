@@ -1,10 +1,13 @@
 #pragma once
 
+#include "live/SoftwareFrames.h"
+
 #include <QtGlobal>
 
 #include <chrono>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <unordered_map>
 #include <vector>
 
@@ -19,8 +22,8 @@ class QObject;
 // therefore laid aside until its player has let go of it, and only what is left when the scene graph goes is
 // freed without that.
 //
-// bury(), the budget and the freeing belong to the render thread with its OpenGL context current; the rest
-// may be called from anywhere.
+// bury(), the budget, softwareFrames() and the freeing belong to the render thread with its OpenGL context
+// current; the rest may be called from anywhere.
 class ContextKeeper
 {
 public:
@@ -47,6 +50,9 @@ public:
     void beginFrame() { m_spent = {}; }
     // Whether the frame has time left for more costly work. The first piece of a frame always may.
     bool mayWork() const;
+
+    // What draws the frames of this window's players where OpenGL is computed in software; null elsewhere.
+    SoftwareFrames *softwareFrames();
 
     // A renderer announces the context it draws with.
     void adopt(const MpvHandle *mpv, mpv_render_context *context);
@@ -78,6 +84,8 @@ private:
     static void release(Grave &grave);
 
     std::chrono::steady_clock::duration m_spent = {};
+    std::optional<bool> m_drawsInSoftware;
+    SoftwareFrames m_softwareFrames;
     std::unordered_map<const MpvHandle *, mpv_render_context *> m_contexts;
     mutable std::mutex m_mutex;
     QObject *m_tender;

@@ -43,6 +43,14 @@ constexpr Option leanOptions[] = {
     {"load-auto-profiles", "no"},
 };
 
+// How frames are converted where that is done in memory: about as a graphics processor would, in a third of
+// the time of the default.
+constexpr Option conversionOptions[] = {
+    {"sws-allow-zimg", "no"},
+    {"sws-fast", "yes"},
+    {"sws-scaler", "fast-bilinear"},
+};
+
 // A file that begins at an offset begins, as seeks do, at the key frame before it.
 constexpr Option startAtKeyFrames = {"hr-seek", "no"};
 
@@ -88,6 +96,8 @@ void MpvHandle::makePlayer(bool stretch)
         mpv_set_option_string(player, option.name, option.value);
     mpv_set_option_string(player, "keepaspect", stretch ? "no" : "yes");
     for (const Option &option : leanOptions)
+        mpv_set_option_string(player, option.name, option.value);
+    for (const Option &option : conversionOptions)
         mpv_set_option_string(player, option.name, option.value);
     mpv_set_option_string(player, startAtKeyFrames.name, startAtKeyFrames.value);
 
@@ -233,6 +243,7 @@ void MpvHandle::wakeup(void *self)
 void MpvHandle::frameArrived(void *self)
 {
     auto *mpv = static_cast<MpvHandle *>(self);
+    ++mpv->framesAnnounced;
     {
         const std::lock_guard lock(mpv->mutex);
         if (mpv->m_countsFrames) {
@@ -251,6 +262,12 @@ void MpvHandle::countFrames(bool count)
     m_countsFrames = count;
     framesDelivered = 0;
     lastFrameMs = -1;
+}
+
+void MpvHandle::noteFirstFrameShown()
+{
+    qint64 none = -1;
+    lastFrameMs.compare_exchange_strong(none, monotonicMs());
 }
 
 void MpvHandle::noteFrameTaken()

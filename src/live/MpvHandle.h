@@ -30,6 +30,7 @@ public:
         FrameWidth,
         FrameHeight,
         FrameRate,
+        HardwareFound,
         // The first of the ids of "loadfile" commands, one for each.
         FirstLoad,
     };
@@ -73,6 +74,8 @@ public:
     // Starts counting frames from none: those of the file that was just opened; or stops, so that late frames
     // of a file that is being replaced do not count.
     void countFrames(bool count);
+    // The age of the latest frame counts from here if the first one came before frames were counted.
+    void noteFirstFrameShown();
     // The waiting frame is about to be drawn or skipped.
     void noteFrameTaken();
 
@@ -93,6 +96,8 @@ public:
 
     // A frame was announced and neither drawn nor skipped yet.
     std::atomic_bool frameWaiting = false;
+    // All frames ever announced.
+    std::atomic<quint64> framesAnnounced = 0;
     // Frames of the open file announced, and when the last one was, in ms of the monotonic clock, -1 for
     // none.
     std::atomic<quint64> framesDelivered = 0;

@@ -69,9 +69,8 @@ void MpvObject::setSourceAt(const QString &source, double seekSec)
         m_isNetwork = isNetwork;
         applyProfile(isNetwork);
     }
-    const bool changed = std::exchange(m_source, source) != source;
-    if (changed)
-        emit sourceChanged();
+    m_source = source;
+    emit sourceChanged();
     if (source.isEmpty())
         stop();
     else
@@ -128,12 +127,23 @@ bool MpvObject::needsDrawing() const
     return m_mpv->awaitingFirstFrame || !m_mpv->renderReady;
 }
 
+void MpvObject::prepare()
+{
+    if (m_failed || m_preparing || m_mpv->renderReady)
+        return;
+    m_preparing = true;
+    m_mpv->requestPlayer(m_stretch);
+    if (m_mpv->handle)
+        requestRedraw();
+}
+
 void MpvObject::play()
 {
     if (m_failed || m_source.isEmpty())
         return;
     const bool hadVideo = m_hasVideo;
     beginLoad(QStringLiteral("loading"));
+    m_preparing = false;
     if (m_mpv->handle)
         load();
     else
@@ -155,6 +165,7 @@ void MpvObject::load()
         m_mpv->setStringList("http-header-fields", m_httpHeaderFields.toUtf8());
     m_startSec = m_pendingSeek;
     m_contextOfLoad = m_mpv->contextSerial;
+    m_framesBeforeLoad = m_mpv->framesAnnounced;
     m_mpv->loadFile(
         m_source.toUtf8(), m_isNetwork ? fileOptions() : QByteArray(), MpvHandle::FirstLoad + m_loadSerial);
     if (m_isNetwork && m_gatherer)
@@ -167,11 +178,9 @@ QByteArray MpvObject::fileOptions()
     QByteArrayList options = {"video-latency-hacks=no"};
     if (m_startSec > shortestSeekSec)
         options.append("start=" + secondsText(m_startSec));
-    const bool soughtLately = m_hardwareSought.isValid() && !m_hardwareSought.hasExpired(hardwareLookMs);
-    if (soughtLately && m_hwdec == QLatin1String("no"))
+    m_seeksHardware = !m_hardwareMissing.isValid() || m_hardwareMissing.hasExpired(hardwareLookMs);
+    if (!m_seeksHardware)
         options.append("hwdec=no");
-    else
-        m_hardwareSought.start();
     return options.join(',');
 }
 
@@ -209,6 +218,8 @@ void MpvObject::stop()
     m_position = 0;
     m_duration = 0;
     m_pendingSeek = -1.0;
+    m_preparing = false;
+    m_hardwareMissing.invalidate();
     update();
     if (hadSource)
         emit sourceChanged();
@@ -258,7 +269,7 @@ QQuickFramebufferObject::Renderer *MpvObject::createRenderer() const
 QSGNode *MpvObject::updatePaintNode(QSGNode *node, UpdatePaintNodeData *data)
 {
     // A player that waits in the background for something to play needs no framebuffer.
-    if (!node && !isVisible() && m_state == QLatin1String("idle"))
+    if (!node && !isVisible() && m_state == QLatin1String("idle") && !m_preparing)
         return nullptr;
     return QQuickFramebufferObject::updatePaintNode(node, data);
 }
@@ -282,7 +293,7 @@ void MpvObject::changeWindow()
     m_mpv->command({"stop"});
     if (!isActive())
         return;
-    if (m_isNetwork && m_position > 0)
+    if (m_isNetwork && m_state == QLatin1String("playing") && m_position > 0)
         m_pendingSeek = m_position;
     if (window())
         play();
@@ -301,6 +312,8 @@ void MpvObject::playerReady()
     drainEvents();
     if (m_state == QLatin1String("loading"))
         load();
+    else if (m_preparing)
+        requestRedraw();
 }
 
 void MpvObject::playerFailed()
@@ -353,6 +366,11 @@ void MpvObject::forgetLoad()
     m_mpv->countFrames(false);
 }
 
+bool MpvObject::hasFrameOfLoad() const
+{
+    return m_mpv->framesAnnounced != m_framesBeforeLoad;
+}
+
 bool MpvObject::isActive() const
 {
     return m_state == QLatin1String("loading") || m_state == QLatin1String("playing");
@@ -361,7 +379,8 @@ bool MpvObject::isActive() const
 void MpvObject::doUpdate()
 {
     m_mpv->updatePosted = false;
-    if (m_mpv->firstFramePending.exchange(false))
+    // The renderer may have seen it right before another file was asked for.
+    if (m_mpv->firstFramePending.exchange(false) && m_state == QLatin1String("playing"))
         showFirstFrame();
     countUpdate();
     if (m_mpv->frameWaiting)
@@ -381,7 +400,10 @@ void MpvObject::showFirstFrame()
     m_mpv->read("video-params/w", MPV_FORMAT_INT64, MpvHandle::FrameWidth);
     m_mpv->read("video-params/h", MPV_FORMAT_INT64, MpvHandle::FrameHeight);
     m_mpv->read("container-fps", MPV_FORMAT_DOUBLE, MpvHandle::FrameRate);
+    if (m_isNetwork && m_seeksHardware)
+        m_mpv->read("hwdec-current", MPV_FORMAT_STRING, MpvHandle::HardwareFound);
     m_hasVideo = true;
+    m_mpv->noteFirstFrameShown();
     emit hasVideoChanged();
     if (m_hasVideo)
         emit firstFrameRendered();

@@ -73,6 +73,8 @@ public:
     // New video frames that the player delivered since play() or stop().
     quint64 framesDelivered() const;
 
+    // Something will be played soon: the player and its render context are made meanwhile.
+    void prepare();
     // Loads the source from its start.
     Q_INVOKABLE void play();
     // Ends playback, forgets the source and paints black.
@@ -118,6 +120,7 @@ private:
 
     // For the renderer.
     bool isNetwork() const { return m_isNetwork; }
+    bool isPreparing() const { return m_preparing; }
     // For the gatherer.
     const std::shared_ptr<MpvHandle> &player() const { return m_mpv; }
     qint64 lastFrameTakenMs() const;
@@ -147,14 +150,17 @@ private:
     void handlePlaybackRestart();
     void handleEndFile(const mpv_event &event);
     static void logMessage(const mpv_event &event);
+    // Whether any frame came since the file was asked for: one with sound alone plays without.
+    bool hasFrameOfLoad() const;
     // Whether a playlist entry is the one that was loaded last.
     bool isCurrent(qint64 entry) const { return entry >= 0 && entry == m_entry; }
 
     void setSourceAt(const QString &source, double seekSec);
     void applyProfile(bool isNetwork);
     void load();
-    // What is set for the file to be loaded alone: its start; and, when no hardware decoder was found within
-    // the last minute, not to look for one. Looking takes a connection to the display or two.
+    // What is set for the file to be loaded alone: its start; and, when the last file before stop() was found
+    // to have no hardware decoder, not to look for one for a minute. Looking takes a connection to the
+    // display or two.
     QByteArray fileOptions();
     void seekPlayer(double seconds);
     void beginLoad(const QString &state);
@@ -170,6 +176,7 @@ private:
     std::shared_ptr<MpvHandle> m_mpv;
     QPointer<RedrawGatherer> m_gatherer;
     bool m_failed = false;
+    bool m_preparing = false;
     QString m_source;
     QString m_state;
     double m_position = 0;
@@ -184,15 +191,17 @@ private:
     bool m_hasVideo = false;
     bool m_stretch = false;
     QString m_hwdec;
-    QElapsedTimer m_hardwareSought;
+    bool m_seeksHardware = true;
+    QElapsedTimer m_hardwareMissing;
     // Counts play() and stop(). The playlist entry that the "loadfile" of the latest play() made, -1 until
     // libmpv has told it; and the entry that libmpv opened last. Events of any other entry belong to a file
     // that was replaced.
     quint64 m_loadSerial = 0;
     qint64 m_entry = -1;
     qint64 m_openedEntry = -1;
-    // The render context for which the file was loaded, 0 before that.
+    // The render context for which the file was loaded, 0 before that; and how many frames there had been.
     int m_contextOfLoad = 0;
+    quint64 m_framesBeforeLoad = 0;
     QSize m_frameSize;
     int m_updateCount = 0;
     QElapsedTimer m_updateTimer;

@@ -7,6 +7,7 @@
 
 #include <mpv/client.h>
 
+#include <algorithm>
 #include <cstdio>
 
 namespace {
@@ -151,6 +152,12 @@ void MpvObject::handleReading(const mpv_event &event)
                                           .arg(numberOf<double>(event, MPV_FORMAT_DOUBLE))
                                           .arg(m_hwdec, redactUrl(m_source));
         break;
+    case MpvHandle::HardwareFound: {
+        const auto *found = valueOf<char *>(event, MPV_FORMAT_STRING);
+        if (m_hasVideo && found && qstrcmp(*found, "no") == 0)
+            m_hardwareMissing.start();
+        break;
+    }
     default:
         break;
     }
@@ -158,8 +165,13 @@ void MpvObject::handleReading(const mpv_event &event)
 
 void MpvObject::handleLoadReply(const mpv_event &event)
 {
-    if (event.reply_userdata == MpvHandle::FirstLoad + m_loadSerial)
-        m_entry = entryOf(event);
+    if (event.reply_userdata != MpvHandle::FirstLoad + m_loadSerial)
+        return;
+    m_entry = entryOf(event);
+    if (m_entry < 0 && m_state == QLatin1String("loading")) {
+        m_state = QStringLiteral("error");
+        emit stateChanged();
+    }
 }
 
 void MpvObject::handleFileLoaded()
@@ -171,7 +183,9 @@ void MpvObject::handleFileLoaded()
     m_mpv->countFrames(true);
     const double seekSec = std::exchange(m_pendingSeek, -1.0);
     emit stateChanged();
-    if (m_state == QLatin1String("playing") && seekSec != m_startSec && seekSec > shortestSeekSec)
+    const bool movedOn
+        = seekSec >= 0 && seekSec != m_startSec && std::max(seekSec, m_startSec) > shortestSeekSec;
+    if (m_state == QLatin1String("playing") && movedOn)
         seekPlayer(seekSec);
 }
 
@@ -180,13 +194,15 @@ void MpvObject::handlePlaybackRestart()
     if (!m_mpv->awaitingFirstFrame)
         return;
     if (m_isNetwork) {
+        if (!hasFrameOfLoad())
+            return;
         m_mpv->awaitingFirstFrame = false;
         showFirstFrame();
         return;
     }
     // The first frame may have been drawn before the news of the open file was read here.
     QTimer::singleShot(firstFramePatienceMs, this, [this, entry = m_entry] {
-        if (m_mpv->awaitingFirstFrame && isCurrent(entry)) {
+        if (m_mpv->awaitingFirstFrame && isCurrent(entry) && hasFrameOfLoad()) {
             m_mpv->firstFrameOverdue = true;
             update();
         }

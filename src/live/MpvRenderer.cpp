@@ -49,12 +49,15 @@ void MpvRenderer::synchronize(QQuickFramebufferObject *item)
     m_state = video->state();
     m_source = video->source();
     m_isNetwork = video->isNetwork();
+    m_preparing = video->isPreparing();
 }
 
 void MpvRenderer::render()
 {
     QQuickOpenGLUtils::resetOpenGLState();
     if (m_state == QLatin1String("idle")) {
+        if (m_preparing && ensureContext() == Context::RetryLater)
+            m_mpv->post(&MpvObject::requestRedraw);
         if (m_context && m_mpv->frameWaiting)
             m_keeper->takeFrames({m_mpv});
         paintBlack();
@@ -68,6 +71,8 @@ void MpvRenderer::render()
         retryLater();
         return;
     case Context::Failed:
+        if (!m_isFilled)
+            paintBlack();
         return;
     }
 }
@@ -105,7 +110,10 @@ void MpvRenderer::paintBlack()
 QOpenGLFramebufferObject *MpvRenderer::createFramebufferObject(const QSize &size)
 {
     m_isFilled = false;
-    return Renderer::createFramebufferObject(size);
+    QOpenGLFramebufferObject *target = Renderer::createFramebufferObject(size);
+    if (m_keeper->softwareFrames())
+        SoftwareFrames::prepare(*target);
+    return target;
 }
 
 void MpvRenderer::retryLater()
@@ -117,10 +125,10 @@ void MpvRenderer::retryLater()
 void MpvRenderer::createContext()
 {
     const ContextKeeper::Work work(*m_keeper);
-    char apiType[] = MPV_RENDER_API_TYPE_OPENGL;
+    char openGl[] = MPV_RENDER_API_TYPE_OPENGL;
     mpv_opengl_init_params glParams = {glFunction, nullptr};
     mpv_render_param params[] = {
-        {MPV_RENDER_PARAM_API_TYPE, apiType},
+        {MPV_RENDER_PARAM_API_TYPE, m_keeper->softwareFrames() ? SoftwareFrames::apiType() : openGl},
         {MPV_RENDER_PARAM_OPENGL_INIT_PARAMS, &glParams},
         {},
     };
@@ -145,7 +153,8 @@ void MpvRenderer::draw()
     // What stands there stays until the file that is being opened shows something.
     if (!newFrame && m_isFilled && m_state == QLatin1String("loading"))
         return;
-    // The first frame compiles the shaders.
+    SoftwareFrames *const software = m_keeper->softwareFrames();
+    // The first frame compiles the shaders or sets up its conversion.
     const bool costly = newFrame && !m_hasDrawn;
     if (costly && !m_keeper->mayWork()) {
         retryLater();
@@ -157,6 +166,18 @@ void MpvRenderer::draw()
     m_hasDrawn = m_hasDrawn || newFrame;
 
     m_mpv->noteFrameTaken();
+    if (software)
+        software->paint(m_context, *framebufferObject());
+    else
+        drawWithShaders();
+    m_isFilled = true;
+    QQuickOpenGLUtils::resetOpenGLState();
+    countFrame();
+    noteFirstFrame(newFrame);
+}
+
+void MpvRenderer::drawWithShaders()
+{
     const QOpenGLFramebufferObject *target = framebufferObject();
     mpv_opengl_fbo fbo = {int(target->handle()), target->width(), target->height(), 0};
     int flipY = 0;
@@ -168,10 +189,6 @@ void MpvRenderer::draw()
         {},
     };
     mpv_render_context_render(m_context, params);
-    m_isFilled = true;
-    QQuickOpenGLUtils::resetOpenGLState();
-    countFrame();
-    noteFirstFrame(newFrame);
 }
 
 void MpvRenderer::skipFrame(mpv_render_context *context)

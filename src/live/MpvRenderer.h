@@ -35,6 +35,7 @@ private:
     void retryLater();
     void paintBlack();
     void draw();
+    void drawWithShaders();
     void noteFirstFrame(bool newFrame);
     void countFrame();
 
@@ -49,6 +50,7 @@ private:
     QString m_state;
     QString m_source;
     bool m_isNetwork = false;
+    bool m_preparing = false;
     int m_renderCount = 0;
     QElapsedTimer m_renderTimer;
 };

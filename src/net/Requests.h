@@ -36,8 +36,8 @@ void whenFinished(QNetworkReply *reply, QObject *owner,
     const std::function<void(QNetworkReply &reply, const QByteArray &body)> &handle);
 inline constexpr qint64 answerLimit = 64LL * 1024 * 1024;
 
-/// Cancels the request when it has not finished after `silenceLimitMs` from now, even if its answer still comes
-/// in drop by drop: for requests that the operator is waiting for.
+/// Cancels the request when it has not finished after `silenceLimitMs` from now, even if its answer still
+/// comes in drop by drop: for requests that the operator is waiting for.
 void limitDuration(QNetworkReply *reply);
 
 /// The reply failed: no connection, any HTTP error status, or cancelled.

@@ -375,6 +375,36 @@ private slots:
         QVERIFY(showsPicture(m_player.get()));
     }
 
+    void shadersAndSoftwareDrawTheSame()
+    {
+        QList<QImage> pictures;
+        for (const char *api : {"opengl", "software"}) {
+            qputenv("ZORVEL_VIDEO_API", api);
+            m_window = makeWindow();
+            QVERIFY(QTest::qWaitForWindowExposed(m_window.get()));
+            // Too narrow for the clip, which keeps its proportions.
+            m_player = makePlayer(m_window.get(), {0, 0, 250, 300});
+            m_player->setPaused(true);
+            m_player->setSourceAndSeek(m_recorder->url() + "/segment.mp4", 12.0);
+            QTRY_VERIFY_WITH_TIMEOUT(m_player->hasVideo(), patienceMs);
+            QVERIFY(showsPicture(m_player.get()));
+            QVERIFY(isBlack(m_player.get()));
+            pictures.append(
+                m_window->grabWindow().copy(0, 0, 250, 300).convertToFormat(QImage::Format_RGB32));
+        }
+        qunsetenv("ZORVEL_VIDEO_API");
+        double difference = 0;
+        for (int y = 0; y < 300; ++y) {
+            for (int x = 0; x < 250; ++x) {
+                const QColor first = pictures[0].pixelColor(x, y);
+                const QColor second = pictures[1].pixelColor(x, y);
+                difference += std::abs(first.red() - second.red()) + std::abs(first.blue() - second.blue());
+            }
+        }
+        const double mean = difference / (300 * 250 * 2);
+        QVERIFY2(mean < 8, qPrintable(QString::number(mean)));
+    }
+
     void restsWhileTheWindowIsHidden()
     {
         m_player->setSource(m_camera->url());
