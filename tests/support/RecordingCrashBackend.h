@@ -25,9 +25,8 @@ public:
         {
             const QMutexLocker lock(&mutex);
             lines.append(line);
-            if (echo) {
+            if (echo)
                 std::fprintf(echo, "%s\n", qPrintable(line));
-            }
         }
 
         CrashOptions options;

@@ -11,9 +11,8 @@ ScriptedServer::ScriptedServer()
             });
         }
     });
-    if (!m_server.listen(QHostAddress::LocalHost)) {
+    if (!m_server.listen(QHostAddress::LocalHost))
         qFatal("no free port on the loopback address");
-    }
 }
 
 QString ScriptedServer::url() const
@@ -29,28 +28,22 @@ void ScriptedServer::on(const QByteArray &route, const Answer &answer)
 void ScriptedServer::release()
 {
     for (const HeldAnswer &held : std::exchange(m_held, {})) {
-        if (held.socket) {
+        if (held.socket)
             send(held.socket, held.answer);
-        }
     }
 }
 
 QList<ScriptedServer::Request> ScriptedServer::requestsTo(const QByteArray &route) const
 {
-    QList<Request> matching;
-    for (const Request &request : m_requests) {
-        if (request.method + ' ' + request.path() == route) {
-            matching.append(request);
-        }
-    }
+    QList<Request> matching = m_requests;
+    matching.removeIf([&](const Request &request) { return request.method + ' ' + request.path() != route; });
     return matching;
 }
 
 QList<ScriptedServer::Request> ScriptedServer::asked(const QByteArray &pathEnd) const
 {
-    QList<Request> matching;
-    std::copy_if(m_requests.begin(), m_requests.end(), std::back_inserter(matching),
-        [&](const Request &request) { return request.path().endsWith(pathEnd); });
+    QList<Request> matching = m_requests;
+    matching.removeIf([&](const Request &request) { return !request.path().endsWith(pathEnd); });
     return matching;
 }
 
@@ -71,9 +64,8 @@ bool ScriptedServer::takeRequest(QTcpSocket *socket)
 {
     QByteArray &input = m_input[socket];
     const qsizetype headEnd = input.indexOf("\r\n\r\n");
-    if (headEnd < 0) {
+    if (headEnd < 0)
         return false;
-    }
     Request request;
     QList<QByteArray> lines = input.left(headEnd).replace("\r\n", "\n").split('\n');
     const QList<QByteArray> start = lines.takeFirst().split(' ');
@@ -84,9 +76,8 @@ bool ScriptedServer::takeRequest(QTcpSocket *socket)
         request.headers.insert(line.left(colon).toLower(), line.mid(colon + 1).trimmed());
     }
     const qsizetype length = request.headers.value("content-length").toLongLong();
-    if (input.size() < headEnd + 4 + length) {
+    if (input.size() < headEnd + 4 + length)
         return false;
-    }
     request.body = input.mid(headEnd + 4, length);
     input.remove(0, headEnd + 4 + length);
     m_requests.append(request);
@@ -94,12 +85,10 @@ bool ScriptedServer::takeRequest(QTcpSocket *socket)
     const QByteArray route = request.method + ' ' + request.path();
     const bool isOther = m_otherwise && !m_answers.contains(route);
     const Answer answer = isOther ? m_otherwise(request) : m_answers.value(route, {.status = 404});
-    if (answer.held) {
+    if (answer.held)
         m_held.append({socket, answer});
-    } else {
+    else
         send(socket, answer);
-    }
-    emit received();
     return true;
 }
 
@@ -107,12 +96,10 @@ void ScriptedServer::send(QTcpSocket *socket, const Answer &answer)
 {
     const qint64 length = answer.streamBytes > 0 ? answer.streamBytes : answer.body.size();
     QByteArray head = "HTTP/1.1 " + QByteArray::number(answer.status) + " Scripted\r\n";
-    for (const QByteArray &header : answer.headers) {
+    for (const QByteArray &header : answer.headers)
         head += header + "\r\n";
-    }
-    if (answer.status != 204) {
+    if (answer.status != 204)
         head += "Content-Length: " + QByteArray::number(length) + "\r\n";
-    }
     socket->write(head + "\r\n");
     if (answer.streamBytes > 0) {
         stream(socket, answer.streamBytes);
@@ -128,28 +115,18 @@ void ScriptedServer::stream(QTcpSocket *socket, qint64 bytes)
 {
     const auto left = std::make_shared<qint64>(bytes);
     const auto more = [socket, left] {
-        while (*left > 0 && socket->bytesToWrite() < 256 * 1024) {
+        while (*left > 0 && socket->bytesToWrite() < 256 * 1024)
             *left -= socket->write(QByteArray(std::min<qint64>(*left, 64 * 1024), '\0'));
-        }
     };
     connect(socket, &QTcpSocket::bytesWritten, socket, more);
     more();
 }
 
-void ScriptedServer::die()
-{
-    m_server.close();
-    for (QTcpSocket *socket : m_server.findChildren<QTcpSocket *>()) {
-        socket->abort();
-    }
-}
-
 ScriptedServer::Answer ScriptedServer::file(const Request &request, const QByteArray &content)
 {
     const QByteArray range = request.headers.value("range");
-    if (!range.startsWith("bytes=")) {
+    if (!range.startsWith("bytes="))
         return {.body = content, .headers = {"Accept-Ranges: bytes"}};
-    }
     const QList<QByteArray> bounds = range.mid(6).split('-');
     const qint64 first = bounds.value(0).toLongLong();
     const qint64 last = bounds.value(1).isEmpty() ? content.size() - 1 : bounds.value(1).toLongLong();

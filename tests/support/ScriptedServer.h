@@ -18,8 +18,6 @@
  */
 class ScriptedServer : public QObject
 {
-    Q_OBJECT
-
 public:
     struct Request
     {
@@ -62,8 +60,6 @@ public:
     void otherwise(const std::function<Answer(const Request &)> &answer) { m_otherwise = answer; }
     /// Sends the held answers, oldest first.
     void release();
-    /// Stops listening and breaks every connection.
-    void die();
 
     /// An answer with the part of the content that the request's byte range asks for.
     static Answer file(const Request &request, const QByteArray &content);
@@ -74,9 +70,6 @@ public:
     QList<Request> requestsTo(const QByteArray &route) const;
     /// Those whose path ends like this.
     QList<Request> asked(const QByteArray &pathEnd) const;
-
-signals:
-    void received();
 
 private:
     void read(QTcpSocket *socket);

@@ -8,16 +8,13 @@ namespace {
 
 QString textOf(const QVariant &value)
 {
-    if (value.canConvert<QString>()) {
+    if (value.canConvert<QString>())
         return value.toString();
-    }
-    if (value.typeId() == QMetaType::QVariantMap || value.typeId() == QMetaType::QVariantList) {
+    if (value.typeId() == QMetaType::QVariantMap || value.typeId() == QMetaType::QVariantList)
         return QString::fromUtf8(QJsonDocument::fromVariant(value).toJson(QJsonDocument::Compact));
-    }
     QStringList elements;
-    for (const QVariant &element : value.value<QSequentialIterable>()) {
+    for (const QVariant &element : value.value<QSequentialIterable>())
         elements.append(textOf(element));
-    }
     return u'[' + elements.join(u',') + u']';
 }
 
@@ -42,9 +39,8 @@ void SignalLines::note()
     for (const auto &spy : m_spies) {
         if (spy->signal() == signal.methodSignature()) {
             QStringList parts(QString(signal.name()));
-            for (const QVariant &argument : spy->last()) {
+            for (const QVariant &argument : spy->last())
                 parts.append(textOf(argument));
-            }
             lines.append(parts.join(u'|'));
         }
     }
