@@ -1,14 +1,11 @@
 #include "archive/ExportModel.h"
-#include "net/ApiClient.h"
-#include "support/ScriptedServer.h"
+#include "support/LogCapture.h"
+#include "support/SignedIn.h"
 
 #include <QDir>
 #include <QFile>
-#include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
-
-#include <memory>
 
 using Answer = ScriptedServer::Answer;
 using Answers = QList<Answer>;
@@ -38,12 +35,6 @@ Answer broken(int window)
     return answer;
 }
 
-QByteArray readFile(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("(no file)");
-}
-
 } // namespace
 
 class ExportModelTest : public QObject
@@ -51,50 +42,39 @@ class ExportModelTest : public QObject
     Q_OBJECT
 
 private slots:
-    void initTestCase()
-    {
-        qInstallMessageHandler([](QtMsgType, const QMessageLogContext &, const QString &text) {
-            s_log.append(text);
-            fprintf(stderr, "%s\n", qPrintable(text));
-        });
-    }
-
     void init()
     {
         m_folder = std::make_unique<QTemporaryDir>();
         m_path = m_folder->filePath("out.mp4");
         m_server = std::make_unique<ScriptedServer>();
-        m_client = std::make_unique<ApiClient>();
+        m_client = signedIn(*m_server);
+        m_log = std::make_unique<LogCapture>();
         m_model = std::make_unique<ExportModel>(m_client.get());
         m_finished = std::make_unique<QSignalSpy>(m_model.get(), &ExportModel::downloadFinished);
         m_failed = std::make_unique<QSignalSpy>(m_model.get(), &ExportModel::downloadFailed);
         m_cancelled = std::make_unique<QSignalSpy>(m_model.get(), &ExportModel::downloadCancelled);
         m_delays.clear();
-        m_server->on("POST /client-api/auth/login", R"({"access_token":"secret-token"})");
-        QSignalSpy signedIn(m_client.get(), &ApiClient::loginSucceeded);
-        m_client->doLogin(m_server->url(), "op", "pw");
-        QVERIFY(signedIn.wait());
     }
 
     void cleanup()
     {
-        QVERIFY2(s_log.filter(QByteArray("secret-token")).isEmpty(), "the token was logged");
         m_model.reset();
+        const QString logged = m_log->taken().join('\n');
+        QVERIFY2(!logged.contains("secret-token"), qPrintable(logged));
+        m_log.reset();
         m_client.reset();
         m_server.reset();
     }
 
     void cutsWindows()
     {
-        const QUrl url = QUrl::fromLocalFile(m_path);
-        m_model->exportDirect("cam", start, start, url);
-        m_model->exportDirect("cam", {}, start, url);
-        m_model->exportDirect("cam", start, {}, url);
+        for (const auto &[from, to] :
+            QList<std::pair<QDateTime, QDateTime>>{{start, start}, {{}, start}, {start, {}}})
+            m_model->exportDirect("cam", from, to, QUrl::fromLocalFile(m_path));
         QVERIFY(!m_model->downloading());
 
         for (const QList<qint64> &ends : {QList<qint64>{1}, {windowMs}, {windowMs, windowMs + 1}}) {
             const qsizetype before = m_server->requests().size();
-            QSignalSpy progress(m_model.get(), &ExportModel::progressChanged);
             begin(ends.last(), Answers(ends.size(), Answer{200, "x"}));
             pump();
             QCOMPARE(m_finished->takeFirst().first().toString(), m_path);
@@ -126,40 +106,34 @@ private slots:
         const Answer busy{429};
         const Answer none{204};
 
-        QTest::newRow("three windows")
-            << Answers{{200, content(0)}, {200, content(1)}, {200, content(2)}}
-            << content(0) + content(1) + content(2) << "100" << QList<int>{} << false;
-        QTest::newRow("no footage at first") << Answers{none, {200, content(1)}, {200, content(2)}}
-                                             << content(1) + content(2) << "110" << QList<int>{} << false;
-        QTest::newRow("empty answer has no header")
-            << Answers{{200}, {200, content(1)}, none} << content(1) << "110" << QList<int>{} << false;
-        QTest::newRow("gap inside, said once")
-            << Answers{partial({200, content(0)}), {200, content(1)}, {200, content(2)}}
-            << content(0) + content(1) + content(2) << "100" << QList<int>{} << true;
-        QTest::newRow("gap in an empty window")
-            << Answers{{200, content(0)}, partial(none), {200, content(2)}} << content(0) + content(2)
-            << "100" << QList<int>{} << true;
-        QTest::newRow("first window breaks")
-            << Answers{broken(0), {200, content(0)}, {200, content(1)}, none} << content(0) + content(1)
-            << "1100" << QList<int>{1000} << false;
-        QTest::newRow("middle window breaks four times") << Answers{{200, content(0)}, broken(1), broken(1),
-            {503, "busy"}, broken(1), {200, content(1)}, {200, content(2)}}
-                                                         << content(0) + content(1) + content(2) << "1000000"
-                                                         << QList<int>{1000, 2000, 4000, 8000} << false;
-        QTest::newRow("counts start anew in each window")
-            << Answers{broken(0), broken(0), {200, content(0)}, broken(1), {200, content(1)}, none}
-            << content(0) + content(1) << "111000" << QList<int>{1000, 2000, 1000} << false;
-        QTest::newRow("busy does not count as failure")
-            << Answers{busy, broken(0), busy, {200, content(0)}, none, none} << content(0) << "111100"
-            << QList<int>{5000, 1000, 5000} << false;
-        QTest::newRow("a success of another kind is none")
-            << Answers{{206, content(0)}, {200, content(0)}, none, none} << content(0) << "1100"
-            << QList<int>{1000} << false;
-        QTest::newRow("partial counts only with success")
-            << Answers{partial({500, "x"}), {200, content(0)}, none, none} << content(0) << "1100"
-            << QList<int>{1000} << false;
-        QTest::newRow("nothing recorded at all")
-            << Answers{none, none, none} << QByteArray() << "111" << QList<int>{} << true;
+        const auto row = [](const char *name, const Answers &answers, const QByteArray &written,
+                             const char *inits, const QList<int> &delays, bool isPartial = false) {
+            QTest::newRow(name) << answers << written << inits << delays << isPartial;
+        };
+        const QByteArray all = content(0) + content(1) + content(2);
+        const Answer first{200, content(0)};
+        const Answer second{200, content(1)};
+        const Answer third{200, content(2)};
+
+        row("three windows", {first, second, third}, all, "100", {});
+        row("no footage at first", {none, second, third}, content(1) + content(2), "110", {});
+        row("empty answer has no header", {{200}, second, none}, content(1), "110", {});
+        row("gap inside, said once", {partial(first), second, third}, all, "100", {}, true);
+        row("gap in an empty window", {first, partial(none), third}, content(0) + content(2), "100", {},
+            true);
+        row("first window breaks", {broken(0), first, second, third}, all, "1100", {1000});
+        row("middle window breaks four times",
+            {first, broken(1), broken(1), {503, "busy"}, broken(1), second, third}, all, "1000000",
+            {1000, 2000, 4000, 8000});
+        row("counts start anew in each window", {broken(0), broken(0), first, broken(1), second, third}, all,
+            "111000", {1000, 2000, 1000});
+        row("busy does not count as failure", {busy, broken(0), busy, first, none, none}, content(0),
+            "111100", {5000, 1000, 5000});
+        row("a success of another kind is none", {{206, content(0)}, first, second, third}, all, "1100",
+            {1000});
+        row("partial counts only with success", {partial({500, "x"}), first, second, third}, all, "1100",
+            {1000});
+        row("nothing recorded at all", {none, none, none}, "", "111", {}, true);
     }
 
     void appendsWindowsAndRetries()
@@ -176,7 +150,7 @@ private slots:
         pump();
 
         QCOMPARE(m_finished->count(), 1);
-        QVERIFY(readFile(m_path) == written);
+        QVERIFY(saved() == written);
         QCOMPARE(leftovers(), QStringList{"out.mp4"});
         QCOMPARE(m_model->downloadedBytes(), written.size());
         QCOMPARE(m_delays, delays);
@@ -201,13 +175,13 @@ private slots:
         QCOMPARE(m_failed->first().first().toString(), "archive is offline");
         QCOMPARE(m_model->error(), "archive is offline");
         QCOMPARE(m_delays, (QList<int>{1000, 2000, 4000, 8000}));
-        QCOMPARE(readFile(m_path), "older export");
+        QCOMPARE(saved(), "older export");
         QCOMPARE(leftovers(), QStringList{"out.mp4"});
 
         begin(windowMs, {{200, content(0)}});
         QVERIFY(m_model->error().isEmpty());
         pump();
-        QVERIFY(readFile(m_path) == content(0));
+        QVERIFY(saved() == content(0));
     }
 
     void givesUpWhenBusyForTooLong()
@@ -237,7 +211,7 @@ private slots:
         }
         pump();
         QCOMPARE(m_finished->count(), 1);
-        QVERIFY(readFile(m_path) == content(0));
+        QVERIFY(saved() == content(0));
     }
 
     void stops_data()
@@ -283,7 +257,7 @@ private slots:
         begin(windowMs, {{200, content(0)}});
         QCOMPARE(m_model->error(), QString());
         pump();
-        QVERIFY(readFile(m_path) == content(0));
+        QVERIFY(saved() == content(0));
         QCOMPARE(m_model->savedPath(), m_path);
         QCOMPARE(m_failed->count() + m_cancelled->count(), 1);
         m_model->endSession();
@@ -293,8 +267,8 @@ private slots:
     void cancelledWhileSaving()
     {
         begin(windowMs, {{200, content(0)}});
-        connect(m_model.get(), &ExportModel::progressChanged, m_model.get(),
-            [this] { QMetaObject::invokeMethod(m_model.get(), &ExportModel::cancel, Qt::QueuedConnection); });
+        connect(m_model.get(), &ExportModel::progressChanged, m_model.get(), &ExportModel::cancel,
+            Qt::QueuedConnection);
         QTRY_VERIFY(!m_model->downloading());
         QCOMPARE(m_cancelled->count() + m_finished->count(), 1);
         QCOMPARE(leftovers().isEmpty(), m_cancelled->count() == 1);
@@ -347,19 +321,25 @@ private:
         }
     }
 
+    QByteArray saved() const
+    {
+        QFile file(m_path);
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("(no file)");
+    }
+
     QTimer *timer(const char *name) const { return m_model->findChild<QTimer *>(name); }
     QStringList leftovers() const { return QDir(m_folder->path()).entryList(QDir::Files | QDir::Hidden); }
 
     std::unique_ptr<QTemporaryDir> m_folder;
     std::unique_ptr<ScriptedServer> m_server;
     std::unique_ptr<ApiClient> m_client;
+    std::unique_ptr<LogCapture> m_log;
     std::unique_ptr<ExportModel> m_model;
     std::unique_ptr<QSignalSpy> m_finished;
     std::unique_ptr<QSignalSpy> m_failed;
     std::unique_ptr<QSignalSpy> m_cancelled;
     QString m_path;
     QList<int> m_delays;
-    static inline QStringList s_log;
 };
 
 QTEST_GUILESS_MAIN(ExportModelTest)

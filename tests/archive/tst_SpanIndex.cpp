@@ -27,27 +27,6 @@ private slots:
         QVERIFY(!index.runs(-most, most, 100).empty());
     }
 
-    // Ten columns of 100 ms; a digit is the tenths of the column that are drawn as recorded.
-    void runs()
-    {
-        const std::pair<Spans, QString> cases[]{{{{-500, 0}, {1000, 2000}}, ".........."},
-            {{{-500, 5000}}, "##########"}, {{{200, 400}}, "..##......"}, {{{150, 425}}, ".5##3....."},
-            {{{555, 556}}, ".....0...."}, {{{300, 310}, {320, 330}, {340, 370}}, "...5......"},
-            {{{0, 445}, {455, 1000}}, "####9#####"}};
-        for (const auto &[spans, drawn] : cases) {
-            QString line(10, '.');
-            int next = 0;
-            for (const SpanIndex::Run &run : SpanIndex(spans).runs(0, 1000, 10)) {
-                QVERIFY(run.first >= next && run.first <= run.last);
-                next = run.last + 1;
-                QVERIFY(run.coverage > 0 && run.coverage <= 1);
-                for (int column = run.first; column <= run.last; ++column)
-                    line[column] = run.coverage == 1 ? QChar('#') : QChar('0' + qRound(run.coverage * 10));
-            }
-            QCOMPARE(line, drawn);
-        }
-    }
-
     void agreesWithCountingMilliseconds()
     {
         QRandomGenerator random(42);

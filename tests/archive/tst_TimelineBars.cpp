@@ -30,26 +30,18 @@ private slots:
         bars.setColor(Qt::blue);
         window.show();
         QVERIFY(QTest::qWaitForWindowExposed(&window));
-        QCOMPARE(drawn(window), "          ");
-
-        bars.setViewEnd(100'000);
-        bars.setSpans({span(0, 20'000), span(45'000, 45'100), span(60'000, 1'000'000), span(90'000, 30'000),
-            "nonsense"});
-        QCOMPARE(drawn(window), "##  - ####");
-        bars.setViewStart(-100'000);
-        QCOMPARE(drawn(window), "     #  ##");
-        bars.setViewStart(100'000);
-        QCOMPARE(drawn(window), "          ");
-        bars.setViewStart(0);
-        bars.setViewEnd(10'000);
-        QCOMPARE(drawn(window), "##########");
-        bars.setViewEnd(qQNaN());
-        bars.setViewStart(-qInf());
-        QCOMPARE(drawn(window), "          ");
-        bars.setViewStart(0);
-        bars.setViewEnd(10'000);
-        bars.setSpans({});
-        QCOMPARE(drawn(window), "          ");
+        const QVariantList spans{
+            span(0, 20'000), span(45'000, 45'100), span(60'000, 1'000'000), span(90'000, 30'000), "nonsense"};
+        const std::tuple<QVariantList, double, double, QString> views[]{{spans, 0, 100'000, "##  - ####"},
+            {spans, -100'000, 100'000, "     #  ##"}, {spans, 100'000, 100'000, "          "},
+            {spans, 0, 10'000, "##########"}, {spans, -qInf(), qQNaN(), "          "},
+            {{}, 0, 10'000, "          "}};
+        for (const auto &[shown, start, end, expected] : views) {
+            bars.setSpans(shown);
+            bars.setViewStart(start);
+            bars.setViewEnd(end);
+            QCOMPARE(drawn(window), expected);
+        }
     }
 
 private:
