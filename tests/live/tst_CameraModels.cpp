@@ -25,49 +25,20 @@ class CameraModelsTest : public QObject
     Q_OBJECT
 
 private slots:
-    void listsAndLookups()
+    void aNewListForgetsTheStatuses()
     {
         CameraListModel model;
         const QAbstractItemModelTester tester(&model, QAbstractItemModelTester::FailureReportingMode::QtTest);
         // The first row with an id wins.
         model.setCameras({camera("1", "Gate"), camera("1", "Second", true), camera("2", "Yard", true)});
-        QSignalSpy changed(&model, &CameraListModel::dataChanged);
         model.updateStatus("1", "recording", "");
-        QCOMPARE(changed.count(), 1);
-        QCOMPARE(changed.first().first().toModelIndex().row(), 0);
         QCOMPARE(model.cameraNameById("1"), "Gate");
         QVERIFY(!model.cameraHasSubStreamById("1") && model.cameraHasSubStreamById("2"));
-        QCOMPARE(model.cameraIdAt(2), "2");
         QCOMPARE(model.cameraIdAt(-1) + model.cameraIdAt(3), "");
         QCOMPARE(model.cameraNameById("3") + model.cameraStateById("3"), "");
-
-        // A new list forgets the statuses.
         model.setCameras({camera("2", "Yard"), camera("1", "Gate")});
-        QVERIFY(model.hasCameraById("1") && !model.hasCameraById("3"));
         QCOMPARE(model.cameraStateById("1"), "");
         QCOMPARE(model.cameraIds(), QStringList({"2", "1"}));
-    }
-
-    void onlyRealChangesAreAnnounced()
-    {
-        CameraListModel model;
-        model.setCameras({camera("1", "Gate"), camera("2", "Yard")});
-        QStringList trace;
-        connect(&model, &CameraListModel::dataChanged,
-            [&](const QModelIndex &from, const QModelIndex &to, const QList<int> &roles) {
-                QCOMPARE(roles, QList<int>({CameraListModel::StateRole, CameraListModel::CameraErrorRole}));
-                trace << QString("row %1-%2").arg(from.row()).arg(to.row());
-            });
-        connect(&model, &CameraListModel::cameraStateChanged,
-            [&](const QString &id, const QString &state, const QString &error) {
-                QCOMPARE(model.cameraStateById(id), state);
-                trace << QString("%1 %2 %3").arg(id, state, error);
-            });
-        model.updateStatuses({{"2", "recording", ""}, {"9", "recording", ""}, {"1", "", ""}});
-        model.updateStatuses({{"2", "recording", ""}});
-        model.updateStatus("2", "recording", "slow");
-        model.updateStatus("2", "recording", "slow");
-        QCOMPARE(trace, QStringList({"row 1-1", "2 recording ", "row 1-1", "2 recording slow"}));
     }
 
     void statusesAreLoggedWithoutSecrets()
@@ -108,7 +79,9 @@ private slots:
         QCOMPARE(filter.cameraIdAt(-1) + filter.cameraIdAt(2), "");
 
         QSignalSpy changed(&filter, &CameraFilterModel::dataChanged);
-        cameras.updateStatuses({{"2", "recording", ""}, {"3", "recording", ""}});
+        // Only what really changes is announced.
+        for (int times = 0; times < 2; ++times)
+            cameras.updateStatuses({{"2", "recording", ""}, {"3", "recording", ""}});
         QCOMPARE(changed.count(), 1);
         QCOMPARE(filter.index(1, 0).data(CameraListModel::StateRole), "recording");
         cameras.setCameras({camera("4", "Yard cam")});

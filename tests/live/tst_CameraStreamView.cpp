@@ -3,7 +3,6 @@
 #include "support/LogCapture.h"
 #include "support/ScriptedServer.h"
 
-#include <QLoggingCategory>
 #include <QSignalSpy>
 #include <QTest>
 
@@ -82,30 +81,6 @@ private slots:
         QCOMPARE(m_view->displayState() + player(0).source(), "error");
     }
 
-    void switchesPlayersInPlace()
-    {
-        const auto shown = [&](int slot) { return player(slot).isVisible() && player(slot).z() == 1; };
-        const auto hidden = [&](int slot) { return !player(slot).isVisible() && player(slot).z() == 0; };
-        m_view->setSize({320, 180});
-        m_view->setStretch(true);
-        QVERIFY(hidden(0) && hidden(1) && m_view->clip());
-        play();
-        QVERIFY(shown(0) && hidden(1));
-        m_view->setPreferMain(true);
-        QTRY_COMPARE(player(1).source(), mainUrl);
-        QVERIFY(shown(0) && hidden(1));
-        emit player(1).firstFrameRendered();
-        QVERIFY(hidden(0) && shown(1));
-        QCOMPARE(player(0).source(), "");
-        QCOMPARE(logged("player"),
-            QStringList({"info zorvel.stream: [cam7] player 1 load rtsp://127.0.0.1:1/main",
-                "info zorvel.stream: [cam7] player 0 stop"}));
-        QCOMPARE(player(0).size(), QSizeF(320, 180));
-        QVERIFY(player(0).stretch() && player(1).stretch());
-        m_view.reset();
-        QCOMPARE(logged("destroyed"), QStringList("info zorvel.stream: [cam7] stream view destroyed"));
-    }
-
     void delaysGrowUntilAPicture()
     {
         show();
@@ -120,26 +95,9 @@ private slots:
         QCOMPARE(m_view->displayState(), "error");
         m_view->retry();
         emit player(0).firstFrameRendered();
-        QCOMPARE(logged("recovered"), QStringList("info zorvel.stream: [cam7] live stream recovered"));
         emit player(0).fileEnded();
-        QCOMPARE(m_log->taken().filter("warning"),
-            QStringList({"warning zorvel.stream: [cam7] live stream failed — auto-recover in 1000ms",
-                "warning zorvel.stream: [cam7] player 0 live source ended (EOF) — recovering"}));
-    }
-
-    void recoversByItself()
-    {
-        m_server->otherwise([](const auto &) { return ScriptedServer::Answer{.status = 503}; });
-        m_view->init(&*m_client);
-        m_view->setCameraId("cam7");
-        QTRY_COMPARE(m_view->displayState(), "error");
-        const qsizetype before = requests();
-        m_log->taken();
-        QTRY_COMPARE(requests(), before + 1);
-        QTRY_COMPARE(m_view->displayState(), "error");
-        QCOMPARE(logged("auto-recover"),
-            QStringList({"info zorvel.stream: [cam7] live auto-recover: retry",
-                "warning zorvel.stream: [cam7] live stream failed — auto-recover in 2000ms"}));
+        QCOMPARE(m_log->taken().filter("warning").first().section(": ", 1),
+            "[cam7] live stream failed — auto-recover in 1000ms");
     }
 
     void addressIsAskedForAgain()
@@ -177,10 +135,7 @@ private slots:
         emit player(1).fileEnded();
         QCOMPARE(player(1).source(), "");
         QCOMPARE(m_view->displayState(), "playing");
-        QCOMPARE(m_log->taken(),
-            QStringList({"info zorvel.stream: [cam7] player 1 stop",
-                "warning zorvel.stream: [cam7] player 1 live source ended (EOF) — scheduling upgrade retry",
-                "warning zorvel.stream: [cam7] live stream failed — auto-recover in 1000ms"}));
+        QCOMPARE(logged("auto-recover").value(0).section(" in ", 1), "1000ms");
         emit player(1).fileEnded();
         QCOMPARE(m_log->taken(), QStringList());
         QTRY_COMPARE(player(1).source(), mainUrl);
@@ -192,11 +147,8 @@ private slots:
     {
         play();
         emit player(0).fileEnded();
-        QLoggingCategory::setFilterRules("zorvel.stream.debug=true");
         m_view->setSuspended(true);
-        QLoggingCategory::setFilterRules({});
-        QCOMPARE(logged("setSuspended"),
-            QStringList("debug zorvel.stream: [cam7] setSuspended(true) state=error front=-1"));
+        m_log->taken();
         QCOMPARE(m_view->displayState(), "idle");
         m_view->onLoadRequested(1, mainUrl);
         QVERIFY(player(1).paused());

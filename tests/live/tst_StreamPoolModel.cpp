@@ -1,5 +1,4 @@
 #include "live/StreamPoolModel.h"
-#include "support/LogCapture.h"
 
 #include <QAbstractItemModelTester>
 #include <QTest>
@@ -59,14 +58,10 @@ class StreamPoolModelTest : public QObject
 private slots:
     void rowsChangeInPlace()
     {
-        LogCapture log;
         WatchedPool pool;
         const QVariantList placements = {placement("a"), placement("b")};
         pool.sync(placements);
         QCOMPARE(pool.taken(), QStringList("insert 0-1"));
-        QCOMPARE(log.taken(),
-            QStringList({"info zorvel.stream: [pool] add stream a (rows 0 -> 1)",
-                "info zorvel.stream: [pool] add stream b (rows 1 -> 2)"}));
         pool.sync(placements);
         QCOMPARE(pool.taken(), QStringList());
         pool.sync({placement("c"), placement("b", 7), placement("a", 0, 100)});
@@ -76,26 +71,20 @@ private slots:
 
     void parkingAndReviving()
     {
-        LogCapture log;
         WatchedPool pool;
         pool.sync({placement("a", 0, 100), placement("b")});
         pool.taken();
-        log.taken();
-        pool.sync({placement("b")});
-        pool.sync({placement("b")});
+        for (int times = 0; times < 2; ++times)
+            pool.sync({placement("b")});
         QCOMPARE(pool.taken(), QStringList("visible+z 0-0"));
         QCOMPARE(pool.index(0).data(StreamPoolModel::VisibleRole), false);
         QCOMPARE(pool.index(0).data(StreamPoolModel::ZRole), 0);
         pool.sync({placement("b"), placement("a", 0, 100)});
         QCOMPARE(pool.taken(), QStringList("visible+z 0-0"));
-        QCOMPARE(log.taken(),
-            QStringList({"info zorvel.stream: [pool] park stream a (teardown in 300s unless revived)",
-                "info zorvel.stream: [pool] revive stream a (still connected)"}));
     }
 
     void removalAfterTheGracePeriod()
     {
-        LogCapture log;
         WatchedPool pool;
         pool.sync({placement("a"), placement("b"), placement("c"), placement("d")});
         pool.setParkGraceMs(400);
@@ -106,11 +95,9 @@ private slots:
         pool.sync({placement("d")});
         pool.reportDisplayState("d", "playing");
         pool.taken();
-        log.taken();
 
         QTRY_COMPARE(pool.cameras(), "a,c,d");
         QCOMPARE(pool.taken(), QStringList({"remove 1-1", "gone b"}));
-        QCOMPARE(log.taken(), QStringList("info zorvel.stream: [pool] remove stream b (park grace expired)"));
         QTRY_COMPARE(pool.cameras(), "a,d");
         QCOMPARE(pool.displayStateFor("d"), "playing");
         QTRY_COMPARE(pool.cameras(), "d");
@@ -123,9 +110,8 @@ private slots:
         WatchedPool pool;
         pool.setParkGraceMs(20);
         pool.sync({placement("a"), placement("b")});
-        pool.reportDisplayState("b", "playing");
-        pool.reportDisplayState("b", "playing");
-        pool.reportDisplayState("x", "playing");
+        for (const char *camera : {"b", "b", "x"})
+            pool.reportDisplayState(camera, "playing");
         QCOMPARE(pool.taken(), QStringList({"insert 0-1", "b playing"}));
         pool.sync({placement("b")});
         pool.taken();

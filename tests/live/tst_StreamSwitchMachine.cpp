@@ -2,47 +2,14 @@
 
 #include <QTest>
 
+#include <functional>
+#include <memory>
+
 namespace {
 
-// A machine whose outputs are kept in the order in which they came.
-class Recorded : public StreamSwitchMachine
-{
-public:
-    Recorded()
-    {
-        connect(this, &StreamSwitchMachine::urlRequested,
-            [this](const QString &role) { m_trace << "url " + role; });
-        connect(this, &StreamSwitchMachine::loadRequested,
-            [this](int slot, const QString &url) { m_trace << QString("load %1 %2").arg(slot).arg(url); });
-        connect(this, &StreamSwitchMachine::stopRequested,
-            [this](int slot) { m_trace << QString("stop %1").arg(slot); });
-        connect(this, &StreamSwitchMachine::frontSlotChanged,
-            [this](int slot) { m_trace << QString("front %1").arg(slot); });
-        connect(this, &StreamSwitchMachine::displayStateChanged,
-            [this](const QString &state) { m_trace << state; });
-    }
-
-    QString taken() { return std::exchange(m_trace, {}).join(", "); }
-
-    void playSub()
-    {
-        setCamera("cam", true);
-        provideUrl("sub", "S");
-        onFirstFrame(0);
-        m_trace.clear();
-    }
-
-    void beginUpgrade()
-    {
-        playSub();
-        setPreferMain(true);
-        provideUrl("main", "M");
-        m_trace.clear();
-    }
-
-private:
-    QStringList m_trace;
-};
+// On the way to a picture, and from there to the other stream behind it.
+const QString playing = "camera both > loading, url sub | sub S > load 0 S | frame 0 > front 0, playing";
+const QString upgrading = playing + " | want main > url main | main M > load 1 M";
 
 } // namespace
 
@@ -51,142 +18,93 @@ class StreamSwitchMachineTest : public QObject
     Q_OBJECT
 
 private slots:
-    void startsOnTheCheapStream()
+    void init()
     {
-        const auto trace = [](bool hasSub, bool preferMain, const QString &role) {
-            Recorded machine;
-            machine.setPreferMain(preferMain);
-            machine.taken();
-            machine.setCamera("cam", hasSub);
-            machine.provideUrl(role, "U");
-            machine.onFirstFrame(0);
-            return machine.taken();
+        m_machine = std::make_unique<StreamSwitchMachine>();
+        const auto note = [this](const QString &text) { m_told << text; };
+        connect(m_machine.get(), &StreamSwitchMachine::urlRequested, this,
+            [note](const QString &role) { note("url " + role); });
+        connect(m_machine.get(), &StreamSwitchMachine::loadRequested, this,
+            [note](int slot, const QString &url) { note(QString("load %1 %2").arg(slot).arg(url)); });
+        connect(m_machine.get(), &StreamSwitchMachine::stopRequested, this,
+            [note](int slot) { note(QString("stop %1").arg(slot)); });
+        connect(m_machine.get(), &StreamSwitchMachine::frontSlotChanged, this,
+            [note](int slot) { note(QString("front %1").arg(slot)); });
+        connect(m_machine.get(), &StreamSwitchMachine::displayStateChanged, this, note);
+    }
+
+    // What is done and, behind each ">", what the machine says to it.
+    void conversations_data()
+    {
+        QTest::addColumn<QString>("lines");
+        const auto row = [](const char *name, const QString &lines) { QTest::newRow(name) << lines; };
+        row("the cheap stream comes first",
+            "want main > idle | camera both > loading, url sub | sub S > load 0 S"
+            " | frame 0 > front 0, playing, url main");
+        row("a camera with one stream",
+            "want main > idle | camera main > loading, url main | main M > load 0 M | frame 0 > front 0, "
+            "playing");
+        row("switches behind the picture",
+            playing
+                + " | want main > url main | want sub > | want main > | main M > load 1 M"
+                  " | frame 1 > front 1, stop 0 | want sub > load 0 S | frame 0 > front 0, stop 1");
+        row("a switch that is no longer wanted", upgrading + " | want sub > stop 1 | frame 1 > | error 1 >");
+        for (const QString failure : {"error 1", "no main"}) {
+            const QString failing = " | %1 > stop 1 | sub S2 > | retry > load 1 M | %1 > stop 1 | want sub >";
+            row(qPrintable("the picture stays after " + failure),
+                upgrading + failing.arg(failure) + " | want main > load 1 M | frame 1 > front 1, stop 0");
+        }
+        row("failures without a picture",
+            "camera both > loading, url sub | no main > | no sub > error | retry > loading, url sub"
+            " | sub S > load 0 S | error 0 > stop 0, error | retry > loading, load 0 S"
+            " | frame 0 > front 0, playing");
+        row("the picture fails during a switch", upgrading + " | error 0 > stop 0, stop 1, error");
+        row("stray reports of an idle machine", "retry > | frame -1 > | error -1 >");
+        row("stray reports",
+            playing
+                + " | frame -1 > | frame 0 > | frame 1 > | frame 2 > | error -1 > | error 1 > | error 2 >"
+                  " | third T > | main > | retry >");
+        row("suspended",
+            upgrading
+                + " | suspend > stop 0, stop 1, idle | sub S2 > | want sub > | resume > loading, load 0 S2");
+        row("other cameras",
+            playing
+                + " | camera both > | camera main > stop 0, loading, url main | other > url main | none > "
+                  "idle"
+                  " | main M >");
+    }
+
+    void conversations()
+    {
+        QFETCH(QString, lines);
+        for (const QString &line : lines.split(" | ")) {
+            const QString action = line.section('>', 0, 0).trimmed();
+            act(action.section(' ', 0, 0), action.section(' ', 1));
+            QCOMPARE(QString(action + " > " + std::exchange(m_told, {}).join(", ")).trimmed(), line);
+        }
+    }
+
+private:
+    void act(const QString &verb, const QString &argument)
+    {
+        const QHash<QString, std::function<void()>> verbs{
+            {"camera", [&] { m_machine->setCamera("cam", argument == "both"); }},
+            {"other", [&] { m_machine->setCamera("other", false); }},
+            {"none", [&] { m_machine->setCamera({}, false); }},
+            {"want", [&] { m_machine->setPreferMain(argument == "main"); }},
+            {"no", [&] { m_machine->urlFailed(argument); }},
+            {"frame", [&] { m_machine->onFirstFrame(argument.toInt()); }},
+            {"error", [&] { m_machine->onPlayerError(argument.toInt()); }},
+            {"retry", [&] { m_machine->retry(); }},
+            {"suspend", [&] { m_machine->setSuspended(true); }},
+            {"resume", [&] { m_machine->setSuspended(false); }},
         };
-        QCOMPARE(trace(true, false, "sub"), "loading, url sub, load 0 U, front 0, playing");
-        QCOMPARE(trace(true, true, "sub"), "loading, url sub, load 0 U, front 0, playing, url main");
-        QCOMPARE(trace(false, true, "main"), "loading, url main, load 0 U, front 0, playing");
+        // Anything else is the role of a stream, whose address has come.
+        verbs.value(verb, [&] { m_machine->provideUrl(verb, argument); })();
     }
 
-    void switchesBehindThePicture()
-    {
-        Recorded machine;
-        machine.playSub();
-        machine.setPreferMain(true);
-        machine.setPreferMain(false);
-        machine.setPreferMain(true);
-        QCOMPARE(machine.taken(), "url main");
-        machine.provideUrl("main", "M");
-        QCOMPARE(machine.taken(), "load 1 M");
-        machine.onFirstFrame(1);
-        QCOMPARE(machine.taken(), "front 1, stop 0");
-        machine.setPreferMain(false);
-        machine.onFirstFrame(0);
-        QCOMPARE(machine.taken(), "load 0 S, front 0, stop 1");
-
-        // A switch that is no longer wanted is stopped.
-        machine.setPreferMain(true);
-        machine.setPreferMain(false);
-        machine.onFirstFrame(1);
-        machine.onPlayerError(1);
-        QCOMPARE(machine.taken(), "load 1 M, stop 1");
-        QCOMPARE(machine.frontSlot(), 0);
-    }
-
-    void failedSwitchKeepsThePicture_data()
-    {
-        QTest::addColumn<bool>("urlFails");
-        QTest::newRow("player error") << false;
-        QTest::newRow("url failure") << true;
-    }
-
-    void failedSwitchKeepsThePicture()
-    {
-        QFETCH(bool, urlFails);
-        const auto fail = [&](Recorded &machine) {
-            urlFails ? machine.urlFailed("main") : machine.onPlayerError(1);
-            return machine.taken();
-        };
-        Recorded machine;
-        machine.beginUpgrade();
-        QCOMPARE(fail(machine), "stop 1");
-        machine.provideUrl("sub", "S2");
-        QCOMPARE(machine.taken(), "");
-        QCOMPARE(machine.displayState(), "playing");
-
-        machine.retry();
-        QCOMPARE(machine.taken(), "load 1 M");
-        QCOMPARE(fail(machine), "stop 1");
-        machine.setPreferMain(false);
-        machine.setPreferMain(true);
-        QCOMPARE(machine.taken(), "load 1 M");
-        machine.onFirstFrame(1);
-        QCOMPARE(machine.taken(), "front 1, stop 0");
-    }
-
-    void failuresWithoutAPicture()
-    {
-        Recorded machine;
-        machine.setCamera("cam", true);
-        machine.urlFailed("main");
-        QCOMPARE(machine.taken(), "loading, url sub");
-        machine.urlFailed("sub");
-        machine.retry();
-        QCOMPARE(machine.taken(), "error, loading, url sub");
-        machine.provideUrl("sub", "S");
-        machine.onPlayerError(0);
-        QCOMPARE(machine.taken(), "load 0 S, stop 0, error");
-        machine.retry();
-        machine.onFirstFrame(0);
-        QCOMPARE(machine.taken(), "loading, load 0 S, front 0, playing");
-
-        machine.setPreferMain(true);
-        machine.provideUrl("main", "M");
-        machine.taken();
-        machine.onPlayerError(0);
-        QCOMPARE(machine.taken(), "stop 0, stop 1, error");
-        QCOMPARE(machine.frontSlot(), -1);
-    }
-
-    void strayReportsChangeNothing()
-    {
-        Recorded machine;
-        machine.retry();
-        machine.onFirstFrame(-1);
-        machine.onPlayerError(-1);
-        QCOMPARE(machine.taken(), "");
-        machine.playSub();
-        for (const int slot : {-1, 0, 1, 2})
-            machine.onFirstFrame(slot);
-        for (const int slot : {-1, 1, 2})
-            machine.onPlayerError(slot);
-        machine.provideUrl("third", "T");
-        machine.provideUrl("main", "");
-        machine.retry();
-        QCOMPARE(machine.taken(), "");
-    }
-
-    void suspendingAndOtherCameras()
-    {
-        Recorded machine;
-        machine.beginUpgrade();
-        machine.setSuspended(true);
-        QCOMPARE(machine.taken(), "stop 0, stop 1, idle");
-        machine.provideUrl("sub", "S2");
-        machine.setPreferMain(false);
-        QCOMPARE(machine.taken(), "");
-        machine.setSuspended(false);
-        QCOMPARE(machine.taken(), "loading, load 0 S2");
-
-        machine.setCamera("cam", true);
-        QCOMPARE(machine.taken(), "");
-        machine.setCamera("cam", false);
-        QCOMPARE(machine.taken(), "stop 0, url main");
-        machine.setCamera("other", false);
-        QCOMPARE(machine.taken(), "url main");
-        machine.setCamera({}, false);
-        machine.provideUrl("main", "M");
-        QCOMPARE(machine.taken(), "idle");
-    }
+    std::unique_ptr<StreamSwitchMachine> m_machine;
+    QStringList m_told;
 };
 
 QTEST_GUILESS_MAIN(StreamSwitchMachineTest)
