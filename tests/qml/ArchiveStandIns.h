@@ -42,72 +42,7 @@ private:
     ApiClient *m_client;
 };
 
-// Stands in for ArchivePlayer: it remembers what it was asked, and a test says what state it is in.
-class StandInArchivePlayer : public QObject
-{
-    Q_OBJECT
-    Q_PROPERTY(QString state MEMBER m_state NOTIFY stateChanged)
-    Q_PROPERTY(qint64 currentTime MEMBER m_currentTime NOTIFY currentTimeChanged)
-    Q_PROPERTY(bool playing READ playing NOTIFY stateChanged)
-    Q_PROPERTY(double speed MEMBER m_speed NOTIFY speedChanged)
-    Q_PROPERTY(QVariantList calls MEMBER m_calls)
-
-public:
-    bool playing() const { return m_state == u"playing"; }
-
-    Q_INVOKABLE void init(QObject *) { note({"init"}); }
-    Q_INVOKABLE void setPlayer(QObject *) { note({"setPlayer"}); }
-    Q_INVOKABLE void setSynchronized(bool on) { note({"setSynchronized", on}); }
-    Q_INVOKABLE void setCoverage(const QVariantList &spans) { note({"setCoverage", QVariant(spans)}); }
-    Q_INVOKABLE QString loadedCameraId() const { return m_cameraId; }
-    Q_INVOKABLE void startFrom(const QString &cameraId, qint64 ms)
-    {
-        note({"startFrom", cameraId, ms});
-        m_cameraId = cameraId;
-        setProperty("currentTime", ms);
-        setProperty("state", "loading");
-    }
-    Q_INVOKABLE void seek(qint64 ms)
-    {
-        note({"seek", ms});
-        setProperty("currentTime", ms);
-    }
-    Q_INVOKABLE void showAt(qint64 ms) { note({"showAt", ms}); }
-    Q_INVOKABLE void pause()
-    {
-        if (playing())
-            setProperty("state", "paused");
-    }
-    Q_INVOKABLE void resume()
-    {
-        if (m_state == u"paused")
-            setProperty("state", "playing");
-    }
-    Q_INVOKABLE void stop()
-    {
-        note({"stop"});
-        m_cameraId.clear();
-        setProperty("currentTime", 0);
-        setProperty("state", "idle");
-    }
-    Q_INVOKABLE void setSpeed(double rate) { setProperty("speed", rate); }
-
-signals:
-    void stateChanged();
-    void currentTimeChanged();
-    void speedChanged();
-
-private:
-    void note(const QVariantList &call) { m_calls.append(QVariant(call)); }
-
-    QString m_state = QStringLiteral("idle");
-    QString m_cameraId;
-    qint64 m_currentTime = 0;
-    double m_speed = 1;
-    QVariantList m_calls;
-};
-
-// Stands in for ExportModel in the same way.
+// Stands in for ExportModel: it remembers what it was asked, and a test says how far it is.
 class StandInExportModel : public QObject
 {
     Q_OBJECT
@@ -128,6 +63,14 @@ public:
         setProperty("error", QString());
         setProperty("savedPath", QString());
         setProperty("partial", false);
+    }
+    Q_INVOKABLE void reset()
+    {
+        dismiss();
+        setProperty("downloading", false);
+        setProperty("downloadedBytes", 0);
+        setProperty("progress", 0);
+        setProperty("cancelled", 0);
     }
     Q_INVOKABLE void cancel() { setProperty("cancelled", m_cancelled + 1); }
 

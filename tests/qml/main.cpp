@@ -6,12 +6,11 @@
 #include "archive/FormatUtils.h"
 #include "archive/TimelineModel.h"
 #include "net/ApiClient.h"
+#include "net/WSClient.h"
 
 #include <QCoreApplication>
-#include <QLocale>
 #include <QMetaMethod>
 #include <QMetaProperty>
-#include <QQmlComponent>
 #include <QQmlContext>
 #include <QQmlEngine>
 #include <QQuickItem>
@@ -20,31 +19,13 @@
 #include <QTemporaryDir>
 #include <QtQuickTest/quicktest.h>
 
-#include <memory>
-
-// Looks where QML cannot: at meta-objects, at the stored settings and at a fresh start of the program.
+// Looks where QML cannot: at meta-objects and at the stored settings.
 class Inspector : public QObject
 {
     Q_OBJECT
 
 public:
     using QObject::QObject;
-
-    // The language that a program started under an operating system's locale comes up with.
-    Q_INVOKABLE QString languageUnder(const QString &localeName)
-    {
-        const QLocale before;
-        QLocale::setDefault(QLocale(localeName));
-        QQmlEngine engine;
-        engine.addImportPath(QStringLiteral(":/"));
-        QQmlComponent component(&engine);
-        component.setData("import QtQml\nimport ZorvelClient\n"
-                          "QtObject { property string language: Translations.language }",
-            {});
-        const std::unique_ptr<QObject> object(component.create());
-        QLocale::setDefault(before);
-        return object ? object->property("language").toString() : component.errorString();
-    }
 
     // The names of the read-only texts of an item, in the order of their declaration.
     Q_INVOKABLE QStringList textsOf(QQuickItem *item)
@@ -79,7 +60,6 @@ public:
     }
 
     Q_INVOKABLE QVariant stored(const QString &key) { return QSettings().value(key); }
-    Q_INVOKABLE void store(const QString &key, const QVariant &value) { QSettings().setValue(key, value); }
     Q_INVOKABLE void forget(const QString &group) { QSettings().remove(group); }
 };
 
@@ -96,7 +76,8 @@ public slots:
         QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, m_settings.path());
         QQuickStyle::setStyle(QStringLiteral("Basic"));
         registerQmlTypes();
-        qmlRegisterType<StandInArchivePlayer>("ZorvelClient", 1, 0, "ArchivePlayer");
+        const auto player = QUrl::fromLocalFile(QStringLiteral(ZORVEL_QML_TESTS "/StandInArchivePlayer.qml"));
+        qmlRegisterType(player, "ZorvelClient", 1, 0, "ArchivePlayer");
     }
 
     void qmlEngineAvailable(QQmlEngine *engine)
@@ -104,7 +85,7 @@ public slots:
         engine->addImportPath(QStringLiteral(":/"));
         QQmlContext *context = engine->rootContext();
         context->setContextProperty(QStringLiteral("apiClient"), new ScriptedApiClient(engine));
-        context->setContextProperty(QStringLiteral("wsClient"), new StandInWsClient(engine));
+        context->setContextProperty(QStringLiteral("wsClient"), new WSClient(engine));
         // A real client without a server: whatever is asked of it fails.
         context->setContextProperty(QStringLiteral("unreachableApiClient"), new ApiClient(engine));
         auto *cameras = new CameraListModel(engine);

@@ -70,11 +70,6 @@ TestCase {
         return findChild(list, "cameraRow_" + cameraId)
     }
 
-    function type(text) {
-        for (const character of text)
-            keyClick(character)
-    }
-
     // The picker.
 
     function openPicker(slot) {
@@ -103,7 +98,7 @@ TestCase {
     function test_picker_filters_and_picks(data) {
         const picker = openPicker(2)
         verify(picker.field.activeFocus)
-        type(data.text)
+        picker.field.text = data.text
         compare(picker.rows.count, data.count)
         compare(findChild(picker.rows, "emptyLabel").visible, data.count === 0)
         data.keys.forEach(key => keyClick(key))
@@ -143,25 +138,37 @@ TestCase {
 
     // The list.
 
-    function dragFromRow(cameraId, path) {
-        mousePress(row(cameraId), 30, 10)
-        for (const [item, x, y] of path) {
-            const position = item.mapToItem(testCase, x, y)
-            mouseMove(testCase, position.x, position.y)
-        }
+    // Moves the pressed mouse to a place in an item.
+    function dragTo(item, x, y) {
+        const position = item.mapToItem(testCase, x, y)
+        mouseMove(testCase, position.x, position.y)
     }
 
-    function dropAt(item, x, y) {
-        const position = item.mapToItem(testCase, x, y)
+    function dragFromRow(cameraId, x, y) {
+        mousePress(row(cameraId), 30, 10)
+        dragTo(row(cameraId), x, y)
+    }
+
+    // In two steps, as the drag has to be seen there.
+    function dragToItem(item) {
+        dragTo(item, 8, 8)
+        dragTo(item, 10, 10)
+    }
+
+    function drop(item) {
+        const position = item.mapToItem(testCase, 10, 10)
         mouseRelease(testCase, position.x, position.y)
     }
 
+    // It is the list of a server that may send it anew at any time.
     function test_list_drag_places_and_moves() {
         for (const slot of [3, 0]) {
-            dragFromRow("cam5", [[row("cam5"), 60, 10], [cell(slot), 40, 40], [cell(slot), 42, 42]])
+            dragFromRow("cam5", 60, 10)
+            cameraFeed.list(20)
+            dragToItem(cell(slot))
             verify(grid.anyDragActive)
             tryVerify(() => cell(slot).dropHovered)
-            dropAt(cell(slot), 42, 42)
+            drop(cell(slot))
             compare(grid.slots.indexOf("cam5"), slot)
             compare(grid.slots.filter(id => id === "cam5").length, 1)
             verify(!grid.anyDragActive)
@@ -171,44 +178,26 @@ TestCase {
 
     function test_list_drag_that_places_nothing_data() {
         return [
-            { tag: "short move", from: [34, 13], starts: false },
-            { tag: "dragging is off", from: [60, 10], starts: false, off: true },
-            { tag: "dropped on the toolbar", from: [60, 10], starts: true, end: "toolbar" },
-            { tag: "escape", from: [60, 10], starts: true, escape: true }
+            { tag: "short move", to: [34, 13], starts: false },
+            { tag: "dragging is off", to: [60, 10], starts: false, off: true },
+            { tag: "dropped on the toolbar", to: [60, 10], starts: true, end: "presetButton_1x1" },
+            { tag: "escape", to: [60, 10], starts: true, end: "videoCell_0", escape: true }
         ]
     }
 
     function test_list_drag_that_places_nothing(data) {
         list.dragEnabled = !data.off
-        dragFromRow("cam5", [[row("cam5"), data.from[0], data.from[1]]])
+        dragFromRow("cam5", ...data.to)
         compare(findChild(page, "dragLayer").active, data.starts)
-        const end = data.end === "toolbar" ? findChild(grid, "presetButton_1x1") : data.starts ? cell(0) : row("cam5")
+        const end = data.starts ? findChild(grid, data.end) : row("cam5")
         if (data.starts)
-            dragFromHere(end)
+            dragToItem(end)
         if (data.escape)
             keyClick(Qt.Key_Escape)
-        dropAt(end, 10, 10)
+        drop(end)
         compare(grid.slots, ["", "", "", ""])
         compare(page.clicked, data.starts ? "" : "cam5")
         verify(!findChild(page, "dragLayer").active)
-    }
-
-    function dragFromHere(item) {
-        for (const offset of [8, 10]) {
-            const position = item.mapToItem(testCase, offset, offset)
-            mouseMove(testCase, position.x, position.y)
-        }
-    }
-
-    // The list is fetched anew while a camera is on its way.
-    function test_list_drag_outlives_a_reset() {
-        dragFromRow("cam5", [[row("cam5"), 60, 10]])
-        cameraFeed.list(20)
-        verify(findChild(page, "dragLayer").active)
-        dragFromHere(cell(1))
-        tryVerify(() => cell(1).dropHovered)
-        dropAt(cell(1), 10, 10)
-        compare(grid.slots[1], "cam5")
     }
 
     // Cells among themselves.
@@ -221,16 +210,14 @@ TestCase {
         verify(!grid.slotDragActive, "7 px are no drag")
         mouseMove(cell(0), 56, 56)
         verify(grid.slotDragActive)
-        compare(findChild(grid, "dragGhost").text, "Camera 1")
-        dragFromHere(cell(1))
-        tryVerify(() => cell(1).dropHovered)
-        verify(!findChild(cell(1), "dropLabel").visible, "an empty cell")
-        dragFromHere(cell(3))
-        tryVerify(() => cell(3).dropHovered)
-        compare(findChild(cell(3), "dropLabel").text, "⇄ Swap")
+        for (const [slot, sign] of [[1, false], [3, true]]) {
+            dragToItem(cell(slot))
+            tryVerify(() => cell(slot).dropHovered)
+            compare(findChild(cell(slot), "dropLabel").visible, sign, "the sign for a swap")
+        }
         keyClick("3")
         keyClick("2")
-        mouseRelease(cell(3), 10, 10)
+        drop(cell(3))
         compare(grid.slots, ["cam1", "", "", "cam2"])
         compare([grid.slotDragActive, grid.dragSourceSlot, grid.maximizedSlot], [false, -1, -1])
     }

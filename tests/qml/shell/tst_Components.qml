@@ -11,43 +11,12 @@ TestCase {
     visible: true
     when: windowShown
 
-    Component {
-        id: buttonComponent
-
-        ActionButton { text: "Do it"; hoverColor: Theme.statusError }
-    }
-    Component {
-        id: chipComponent
-
-        ToolButtonChip { label: "Chip" }
-    }
-    Component {
-        id: switchComponent
-
-        ToggleSwitch { text: "Switch" }
-    }
-    Component {
-        id: tabsComponent
-
-        TabRow { tabs: [{ key: "a", label: "First" }, { key: "b", label: "Second" }]; current: "a" }
-    }
-    Component {
-        id: dialogComponent
-
-        DeleteConfirmDialog { label: "camera-1" }
-    }
-    Component {
-        id: dotComponent
-
-        StatusDot { }
-    }
-    Component {
-        id: passwordComponent
-
-        PasswordField { width: 200 }
-    }
     SignalSpy {
         id: spy
+    }
+
+    function make(text) {
+        return createTemporaryQmlObject("import ZorvelClient; " + text, testCase)
     }
 
     function watch(target, signalName) {
@@ -59,52 +28,31 @@ TestCase {
 
     function test_every_button_works_by_mouse_and_key_data() {
         return [
-            { tag: "ActionButton", component: buttonComponent },
-            { tag: "ToolButtonChip", component: chipComponent },
-            { tag: "ToggleSwitch", component: switchComponent }
+            { tag: 'ActionButton { text: "Do it" }' },
+            { tag: 'ToolButtonChip { label: "Chip" }' },
+            { tag: 'ToggleSwitch { text: "Switch" }' }
         ]
     }
 
-    function test_every_button_works_by_mouse_and_key(row) {
-        const button = createTemporaryObject(row.component, testCase)
+    function test_every_button_works_by_mouse_and_key(data) {
+        const button = make(data.tag)
         watch(button, "clicked")
         mouseClick(button)
         compare(spy.count, 1)
-        for (const key of [Qt.Key_Space, Qt.Key_Return, Qt.Key_Enter]) {
-            button.forceActiveFocus()
+        button.focus = false
+        button.forceActiveFocus(Qt.TabFocusReason)
+        verify(button.visualFocus)
+        for (const key of [Qt.Key_Space, Qt.Key_Return, Qt.Key_Enter])
             keyClick(key)
-        }
         compare(spy.count, 4)
         button.enabled = false
         mouseClick(button)
         compare(spy.count, 4)
-        button.enabled = true
-        button.focus = false
-        button.forceActiveFocus(Qt.TabFocusReason)
-        verify(button.visualFocus)
         verify(button.Accessible.name !== "")
     }
 
-    function test_tabs_ask_and_the_owner_decides() {
-        const tabs = createTemporaryObject(tabsComponent, testCase)
-        watch(tabs, "selected")
-        const [first, second] = [findChild(tabs, "tab_a"), findChild(tabs, "tab_b")]
-        mouseClick(second)
-        compare(spy.signalArguments[0][0], "b")
-        verify(first.current && !second.current)
-        first.forceActiveFocus()
-        keyClick(Qt.Key_Right)
-        verify(second.activeFocus)
-        keyClick(Qt.Key_Return)
-        compare(spy.count, 2)
-        keyClick(Qt.Key_Left)
-        verify(first.activeFocus)
-        tabs.current = "b"
-        compare(second.background.color, Theme.accent)
-    }
-
     function test_delete_dialog_waits_for_its_owner() {
-        const dialog = createTemporaryObject(dialogComponent, testCase)
+        const dialog = make('DeleteConfirmDialog { label: "camera-1" }')
         watch(dialog, "confirmed")
         dialog.open()
         tryCompare(dialog, "opened", true)
@@ -123,7 +71,7 @@ TestCase {
 
     function test_pulse_rests_when_nobody_pulses() {
         compare(Pulse.users, 0)
-        const dots = [1, 2].map(() => createTemporaryObject(dotComponent, testCase, { cameraState: "recording" }))
+        const dots = [1, 2].map(() => make('StatusDot { cameraState: "recording" }'))
         compare(Pulse.users, 2)
         dots[0].visible = false
         compare(Pulse.users, 1)
@@ -132,8 +80,7 @@ TestCase {
     }
 
     function test_password_is_masked_until_revealed() {
-        const field = createTemporaryObject(passwordComponent, testCase)
-        field.text = "secret"
+        const field = make('PasswordField { width: 200; text: "secret" }')
         compare(field.echoMode, TextInput.Password)
         mouseClick(findChild(field, "revealButton"))
         compare(field.echoMode, TextInput.Normal)

@@ -8,10 +8,6 @@ TestCase {
     name: "Main"
     when: windowShown
 
-    readonly property var allPermissions: [
-        "manage_floor_plans", "manage_cameras", "manage_vision", "manage_users", "view_audit",
-        "respond_incidents", "view_cluster"
-    ]
     property var main: null
 
     Component {
@@ -50,49 +46,36 @@ TestCase {
         return findChild(login(), name)
     }
 
-    function type(text) {
-        for (const character of text)
-            keyClick(character)
-    }
-
-    function signIn(permissions) {
-        apiClient.acceptLogin("operator", permissions)
+    function signIn() {
+        apiClient.acceptLogin("operator", [])
         compare(main.currentPage, "live")
     }
 
     // Sign-in.
 
-    function test_first_account_by_keyboard() {
-        verify(field("serverField").activeFocus)
+    function test_one_question_at_a_time_and_none_without_its_fields() {
         field("serverField").text = "  "
         keyClick(Qt.Key_Return)
         compare(apiClient.calls, [], "no server yet")
-        field("serverField").selectAll()
-        type("http://h:1")
+        field("serverField").text = "http://h:1"
         keyClick(Qt.Key_Return)
         keyClick(Qt.Key_Return)
-        compare(apiClient.calls, [["checkStatus", "http://h:1"]], "one check at a time")
+        compare(apiClient.calls, [["checkStatus", "http://h:1"]])
         apiClient.answerStatus(true)
-
-        compare(field("title").text, Translations.setupTitle)
-        verify(field("loginField").activeFocus)
-        type("root")
+        field("loginField").text = "root"
         keyClick(Qt.Key_Return)
-        verify(field("passwordField").activeFocus)
         keyClick(Qt.Key_Return)
         compare(apiClient.calls.length, 1, "no password yet")
-        type("secret")
+        field("passwordField").text = "secret"
+        keyClick(Qt.Key_Return)
         keyClick(Qt.Key_Return)
         compare(apiClient.calls[1], ["doSetup", "http://h:1", "root", "secret"])
-        verify(!field("primaryButton").enabled)
-        const error = "Wrong login or password. ".repeat(8)
-        apiClient.refuseLogin(error)
-        compare(field("errorBanner").text, error)
+        compare(apiClient.calls.length, 2)
+        apiClient.refuseLogin("no")
         verify(field("passwordField").activeFocus)
         keyClick(Qt.Key_Return)
         verify(!field("errorBanner").visible)
         apiClient.acceptLogin("root", [])
-        compare(main.currentPage, "live")
         compare(login(), null)
     }
 
@@ -100,11 +83,11 @@ TestCase {
         return [{ tag: "link" }, { tag: "Escape" }]
     }
 
-    function test_back_to_the_server(row) {
+    function test_back_to_the_server(data) {
         apiClient.answerStatus(false)
         field("passwordField").text = "secret"
         waitForRendering(main.contentItem)
-        if (row.tag === "link")
+        if (data.tag === "link")
             mouseClick(field("changeServerLink"))
         else
             keyClick(Qt.Key_Escape)
@@ -119,14 +102,12 @@ TestCase {
         compare(field("chosenServer").text, "http://h:1/")
         field("loginField").text = "operator"
         field("passwordField").text = "secret"
-        signIn([])
+        signIn()
         tryVerify(() => inspector.stored("login/lastLogin") === "operator")
         compare(inspector.stored("login/lastServer"), "http://h:1/")
-        apiClient.doLogout()
-        compare(main.currentPage, "login")
-        compare(login().step, "server")
+        apiClient.expire()
+        compare([login().step, field("hint").text], ["server", Translations.sessionExpired])
         compare(field("serverField").text, "http://h:1/")
-        compare(field("loginField").text, "operator")
         compare(field("passwordField").text, "")
     }
 
@@ -134,11 +115,9 @@ TestCase {
         main.height = 600
         apiClient.answerStatus(true)
         apiClient.refuseLogin("A long answer of the server. ".repeat(60))
-        const card = field("card")
-        tryVerify(() => card.height > main.height)
+        tryVerify(() => field("card").height > main.height)
         const scroller = field("scroller")
-        verify(scroller.contentHeight > card.height)
-        verify(card.y >= 0)
+        verify(scroller.contentHeight > field("card").height)
         keyClick(Qt.Key_PageDown)
         verify(scroller.contentY > 0)
         field("loginField").forceActiveFocus()
@@ -148,54 +127,8 @@ TestCase {
 
     // Pages.
 
-    function test_every_page_is_made_and_destroyed() {
-        signIn(allPermissions)
-        const live = findChild(main, "liveView")
-        const loader = findChild(main, "pageLoader")
-        let previous = null
-        for (const page of Object.keys(main.pages)) {
-            findChild(previous ?? live, "nav_" + page).clicked()
-            compare(main.currentPage, page)
-            verify(loader.item !== null && loader.item !== previous)
-            verify(!live.visible)
-            compare(findChild(loader.item, "nav_" + page).current, true, page)
-            previous = loader.item
-        }
-        findChild(previous, "nav_live").clicked()
-        compare(loader.item, null)
-        verify(live.visible)
-        compare(findChild(main, "liveView"), live)
-    }
-
-    function test_leaving_a_session() {
-        const ways = [[() => apiClient.doLogout(), ""], [() => apiClient.expire(), Translations.sessionExpired]]
-        for (const [leave, hint] of ways) {
-            signIn(allPermissions)
-            main.showPage("admin")
-            leave()
-            compare(main.currentPage, "login")
-            compare(login().step, "server")
-            compare(field("hint").text, hint)
-            compare(findChild(main, "pageLoader").item, null)
-        }
-        signIn([])
-        verify(findChild(main, "liveView").visible)
-    }
-
-    function test_keyboard_focus_follows_to_the_new_page() {
-        signIn(allPermissions)
-        main.showPage("settings")
-        const settings = findChild(main, "pageLoader").item
-        const entry = findChild(settings, "nav_settings")
-        verify(entry.activeFocus && !entry.visualFocus)
-        keyClick(Qt.Key_Home)
-        keyClick(Qt.Key_Down)
-        keyClick(Qt.Key_Return)
-        compare(main.currentPage, "playback")
-    }
-
     function test_settings_by_keyboard() {
-        signIn([])
+        signIn()
         keyClick(Qt.Key_Comma, Qt.ControlModifier)
         const page = findChild(main, "pageLoader").item
         for (const name of ["nav_settings", "logoutLink", "tab_en", "tab_ru", "stretchSwitch"]) {
@@ -214,34 +147,18 @@ TestCase {
     }
 
     function test_moments_open_in_the_archive() {
-        signIn([])
+        signIn()
         main.navigateToMoment("", 5)
         compare(main.currentPage, "live")
-        compare(main.playbackTarget, null)
         main.pages = Object.assign({}, main.pages, { playback: archiveStandIn })
         main.navigateToMoment("cam", 1700000000000)
-        compare(main.currentPage, "playback")
         const archive = findChild(main, "pageLoader").item
         compare(archive.opened, [["cam", 1700000000000]])
-        compare(main.playbackTarget, null)
         main.navigateToMoment("cam2", 7)
         compare(archive.opened[1], ["cam2", 7])
         main.showPage("live")
         main.showPage("playback")
         compare(findChild(main, "pageLoader").item.opened, [])
-    }
-
-    function test_video_stops_while_nobody_sees_it() {
-        signIn([])
-        const live = findChild(main, "liveView")
-        compare(live.suspended, false)
-        main.visibility = Window.Minimized
-        tryCompare(main, "windowSuspended", true)
-        verify(live.suspended)
-        main.visibility = Window.Windowed
-        tryCompare(live, "suspended", false)
-        main.visible = false
-        tryCompare(live, "suspended", true)
     }
 
     function test_the_stand_in_has_what_the_client_has() {

@@ -26,24 +26,4 @@ TestCase {
             compare(texts.ru[i].match(/%\d/g), texts.en[i].match(/%\d/g), name)
         })
     }
-
-    function test_language_at_start_data() {
-        return [
-            { tag: "Russia", locale: "ru_RU", saved: "", language: "ru" },
-            { tag: "Russian elsewhere", locale: "ru_KZ", saved: "", language: "ru" },
-            { tag: "Ukrainian", locale: "uk_UA", saved: "", language: "en" },
-            { tag: "no locale", locale: "C", saved: "", language: "en" },
-            { tag: "English chosen", locale: "ru_RU", saved: "en", language: "en" },
-            { tag: "Russian chosen", locale: "en_US", saved: "ru", language: "ru" }
-        ]
-    }
-
-    function test_language_at_start(row) {
-        inspector.forget("i18n")
-        if (row.saved !== "")
-            inspector.store("i18n/savedLanguage", row.saved)
-        compare(inspector.languageUnder(row.locale), row.language)
-        // A start alone is no choice: the operating system may speak another language next time.
-        compare(inspector.stored("i18n/savedLanguage") ?? "", row.saved)
-    }
 }

@@ -1,0 +1,62 @@
+import QtQml
+
+// Stands in for ArchivePlayer: it remembers what it was asked, and a test says what state it is in.
+QtObject {
+    property string state: "idle"
+    readonly property bool playing: state === "playing"
+    property real currentTime: 0
+    property real speed: 1
+    property var calls: []
+    property string _cameraId: ""
+
+    function init(client) { }
+    function setPlayer(player) { }
+
+    function loadedCameraId() {
+        return _cameraId
+    }
+
+    function setSynchronized(on) {
+        calls.push(["setSynchronized", on])
+    }
+
+    function setCoverage(spans) {
+        calls.push(["setCoverage", spans])
+    }
+
+    function startFrom(cameraId, ms) {
+        calls.push(["startFrom", cameraId, ms])
+        _cameraId = cameraId
+        currentTime = ms
+        state = "loading"
+    }
+
+    function seek(ms) {
+        calls.push(["seek", ms])
+        currentTime = ms
+    }
+
+    function showAt(ms) {
+        calls.push(["showAt", ms])
+    }
+
+    function pause() {
+        if (state === "playing")
+            state = "paused"
+    }
+
+    function resume() {
+        if (state === "paused")
+            state = "playing"
+    }
+
+    function stop() {
+        _cameraId = ""
+        currentTime = 0
+        state = "idle"
+    }
+
+    function setSpeed(rate) {
+        speed = rate
+    }
+}
