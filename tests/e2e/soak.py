@@ -14,13 +14,9 @@ random step.
 """
 
 import argparse
-import pathlib
 import random
-import re
 import sys
 import time
-
-sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent / "support"))
 
 from harness import processes
 from harness.desktop import Desktop
@@ -65,14 +61,11 @@ class Soak:
 
     # What an operator does
 
-    def slots(self):
-        return list(self.ui.cells().items())
-
     def occupied(self):
-        return [index for index, (camera, _) in self.slots() if camera]
+        return [index for index, (camera, _) in self.ui.cells().items() if camera]
 
     def open_cell(self):
-        empty = [index for index, (camera, _) in self.slots() if not camera]
+        empty = [index for index, (camera, _) in self.ui.cells().items() if not camera]
         if not empty or not self.is_grid():
             return
         self.desktop.click(*self.ui.cell(self.random.choice(empty)).centre)
@@ -88,10 +81,9 @@ class Soak:
             self.ui.clear_cell(self.random.choice(occupied))
 
     def move_cell(self):
-        shown = [index for index, _ in self.slots()]
         occupied = self.occupied()
         if occupied and self.is_grid():
-            start, end = self.random.choice(occupied), self.random.choice(shown)
+            start, end = self.random.choice(occupied), self.random.choice(list(self.ui.cells()))
             self.desktop.drag(self.ui.cell(start).centre, self.ui.cell(end).centre, steps=6)
 
     def toggle_maximised(self):
@@ -231,22 +223,23 @@ class Soak:
         return sum(self.rests[-2:]) / sum(self.rests[1:3]) - 1 if len(self.rests) > 4 else None
 
 
-def judge(soak, before, after, sanitized):
-    faults = []
-    if soak.longest["longestMs"] > LONGEST_BLOCK_MS * PATIENCE:
-        faults.append(f"the GUI thread was blocked for {soak.longest['longestMs']:.0f} ms "
-                      f"during {soak.longest['during']}")
-    for what in ("threads", "descriptors"):
-        if after[what] > before[what] + COUNT_TOLERANCE:
-            faults.append(f"signed out there were {before[what]} {what} before and {after[what]} after")
-    growth, left = soak.memory_growth(), after["memory"] - before["memory"]
-    if not sanitized and growth is not None and growth > MEMORY_TOLERANCE:
-        faults.append(f"memory grew by {growth:.1%} after the first minute")
-    if not sanitized and left > SIGNED_OUT_TOLERANCE_MB:
-        faults.append(f"signed out there were {left:.0f} MB more after")
-    if report := soak.client.sanitizer_report():
-        faults.append(report)
-    return faults
+def judge(soak, before, after, status, end_s):
+    """What is not as wanted, in words."""
+    sanitized = b"__asan_init" in (BUILD / "src/app/zorvel-client").read_bytes()
+    growth, left = soak.memory_growth() or 0, after["memory"] - before["memory"]
+    verdicts = [
+        (soak.longest["longestMs"] > LONGEST_BLOCK_MS * PATIENCE,
+         f"the GUI thread was blocked for {soak.longest['longestMs']:.0f} ms during {soak.longest['during']}"),
+        *[(after[what] > before[what] + COUNT_TOLERANCE,
+           f"signed out there were {before[what]} {what} before and {after[what]} after")
+          for what in ("threads", "descriptors")],
+        (not sanitized and growth > MEMORY_TOLERANCE, f"memory grew by {growth:.1%} after the first minute"),
+        (not sanitized and left > SIGNED_OUT_TOLERANCE_MB, f"signed out there were {left:.0f} MB more after"),
+        (end_s > LONGEST_END_S * PATIENCE, f"the client took {end_s:.1f} s to end"),
+        (status != 0, f"the client ended with {status}: {soak.client.log()[-3000:]}"),
+        *[(program.sanitizer_report() != "", program.sanitizer_report()) for program in (soak.client, soak.recorder)],
+    ]
+    return [text for wrong, text in verdicts if wrong]
 
 
 def main():
@@ -256,7 +249,6 @@ def main():
     options = parser.parse_args()
     print(f"seed {options.seed}", flush=True)
     soak = Soak(options.seed)
-    sanitized = b"__asan_init" in (BUILD / "src/app/zorvel-client").read_bytes()
     try:
         soak.show_everything()
         before = soak.sign_out()
@@ -266,11 +258,8 @@ def main():
         after = soak.sign_out()
         print(f"signed out {after}", flush=True)
         status, end_s = soak.quit_while_cameras_hang()
-        faults = judge(soak, before, after, sanitized)
-        if end_s > LONGEST_END_S * PATIENCE:
-            faults.append(f"the client took {end_s:.1f} s to end")
-        if status != 0:
-            faults.append(f"the client ended with {status}: {soak.client.log()[-3000:]}")
+        soak.recorder.stop()
+        faults = judge(soak, before, after, status, end_s)
     except BaseException:
         folder = BUILD / "e2e-failures/soak"
         folder.mkdir(parents=True, exist_ok=True)
@@ -280,8 +269,6 @@ def main():
         raise
     finally:
         soak.stop()
-    if report := soak.recorder.sanitizer_report():
-        faults.append("the recorder: " + report)
     growth = soak.memory_growth()
     print(f"{soak.steps} steps; longest block {soak.longest['longestMs']:.0f} ms (and {soak.longest['waitedMs']:.0f} ms "
           f"without a processor) during {soak.longest['during']}; memory "

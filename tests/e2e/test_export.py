@@ -3,12 +3,8 @@
 import collections
 import contextlib
 import os
-import pathlib
 import subprocess
-import sys
 import time
-
-sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent / "support"))
 
 from harness import processes, video
 from harness.playback import FRAME_MS, Playback

@@ -1,12 +1,5 @@
 """Watching live cameras: real pictures, and no stream that is opened twice."""
 
-import pathlib
-import sys
-import time
-
-sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent / "support"))
-
-from harness.clock import picture_region, read_instant
 from harness.testcase import EndToEndTest, main
 from harness.waiting import stays, wait_until
 
@@ -14,21 +7,21 @@ from harness.waiting import stays, wait_until
 class Grid(EndToEndTest):
     cameras = 16
 
-    def fill_cells(self, ui, count):
-        cameras = self.camera_ids[:count]
-        for index, camera in enumerate(cameras):
+    def watch(self, count):
+        """Signs in and shows the first cameras in the preset 2x2."""
+        ui = self.sign_in()
+        ui.choose_preset("2x2")
+        for index, camera in enumerate(self.camera_ids[:count]):
             ui.choose_camera(index, camera)
         ui.wait_playing(*range(count))
-        return cameras
+        return ui, self.camera_ids[:count]
 
     def played(self):
         """How often each stream was opened at the RTSP server so far."""
         return {stream: counts["played"] for stream, counts in self.recorder.streams().items()}
 
     def test_plays_the_cameras_own_moving_picture(self):
-        ui = self.sign_in()
-        ui.choose_preset("2x2")
-        self.fill_cells(ui, 2)
+        ui, _ = self.watch(2)
         for index in (0, 1):
             wait_until(lambda: ui.shows_live_picture(index), 10, f"a live picture in cell {index}")
         first = ui.shown_instant(0)
@@ -39,10 +32,8 @@ class Grid(EndToEndTest):
         self.assertGreater(pictures[0].difference(pictures[1]), 3)
 
     def test_reconnects_no_stream_when_presets_change(self):
-        ui = self.sign_in()
-        ui.choose_preset("2x2")
         before = self.played()
-        cameras = self.fill_cells(ui, 4)
+        ui, cameras = self.watch(4)
         opened = {stream: count - before.get(stream, 0) for stream, count in self.played().items()}
         self.assertEqual(sum(opened.values()), 4, opened)
         filled = self.played()
@@ -55,9 +46,7 @@ class Grid(EndToEndTest):
         wait_until(lambda: ui.shows_live_picture(3), 10, "a live picture after the changes")
 
     def test_parks_a_stream_that_leaves_the_grid_and_takes_it_up_again(self):
-        ui = self.sign_in()
-        ui.choose_preset("2x2")
-        cameras = self.fill_cells(ui, 2)
+        ui, cameras = self.watch(2)
         opened = self.played()
         ui.clear_cell(0)
         wait_until(lambda: not ui.view(cameras[0]).shown, 5, "the stream to be hidden")
@@ -69,9 +58,7 @@ class Grid(EndToEndTest):
         self.assertEqual(self.played(), opened)
 
     def test_maximising_brings_the_main_stream_without_a_black_frame(self):
-        ui = self.sign_in()
-        ui.choose_preset("2x2")
-        camera = self.fill_cells(ui, 1)[0]
+        ui, (camera,) = self.watch(1)
         wait_until(lambda: ui.shows_live_picture(0), 10, "a live picture")
         x, y, width, height = ui.cell(0).region
         # The ground of the scene, which is never dark, where the small and the large picture overlap.
@@ -100,9 +87,7 @@ class Grid(EndToEndTest):
                        for item in self.ui.probe.items(["source"], type="MpvObject", within=within))
 
     def test_moves_cells_by_dragging(self):
-        ui = self.sign_in()
-        ui.choose_preset("2x2")
-        first, second = self.fill_cells(ui, 2)
+        ui, (first, second) = self.watch(2)
         opened = self.played()
         ui.desktop.drag(ui.cell(0).centre, ui.cell(1).centre)
         wait_until(lambda: [ui.cells()[i][0] for i in range(4)] == [second, first, "", ""], 5, "the cells swapped")
@@ -146,9 +131,7 @@ class Grid(EndToEndTest):
         self.assertEqual(ui.probe.ask("accessibleGaps"), [])
 
     def test_stops_the_video_while_minimised(self):
-        ui = self.sign_in()
-        ui.choose_preset("2x2")
-        camera = self.fill_cells(ui, 1)[0]
+        ui, (camera,) = self.watch(1)
         window = ui.minimise()
         stream = f"{camera}/sub"
         wait_until(lambda: self.recorder.streams()[stream]["playing"] == 0, 10, "the stream to be closed")

@@ -1,12 +1,8 @@
 """Watching recordings: the picture is that of the playhead, cameras keep in step, and gaps are what they are."""
 
 import datetime
-import pathlib
 import statistics
-import sys
 import time
-
-sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent / "support"))
 
 from harness.playback import FRAME_MS, Playback
 from harness.testcase import EndToEndTest, main

@@ -1,14 +1,10 @@
 """Cameras and the server fail and come back, and so does the picture."""
 
-import pathlib
 import re
-import sys
 import time
 
-sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent / "support"))
-
 from harness.testcase import ADMIN, EndToEndTest, main
-from harness.waiting import stays, wait_until
+from harness.waiting import wait_until
 
 
 class Recovery(EndToEndTest):
@@ -22,8 +18,8 @@ class Recovery(EndToEndTest):
         for camera in self.camera_ids:
             self.recorder.fail_camera(camera, "none")
 
-    def watch(self, count=1):
-        ui = self.sign_in()
+    def watch(self, count=1, ui=None):
+        ui = ui or self.sign_in()
         ui.choose_preset("2x2")
         for index, camera in enumerate(self.camera_ids[:count]):
             ui.choose_camera(index, camera)
@@ -90,13 +86,9 @@ class Recovery(EndToEndTest):
         wait_until(lambda: ui.shows_live_picture(0), 10, "the camera's picture of now")
 
     def test_a_restarted_server_gets_its_events_and_streams_back(self):
-        self.start_client()
-        ui = self.ui
+        ui = self.start_client()
         ui.sign_in(self.recorder.url, *ADMIN)
-        ui.choose_preset("2x2")
-        for index, camera in enumerate(self.camera_ids[:2]):
-            ui.choose_camera(index, camera)
-        ui.wait_playing(0, 1)
+        self.watch(2, ui)
         wait_until(lambda: ui.probe.context("wsClient", "connected"), 10, "the event channel")
         self.recorder.stop()
         wait_until(lambda: not ui.probe.context("wsClient", "connected"), 10, "the event channel to be lost")

@@ -1,10 +1,5 @@
 """Signing in and out, who may see what, and the language, in the real program."""
 
-import sys
-import pathlib
-
-sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent / "support"))
-
 from harness.testcase import ADMIN, EndToEndTest, main
 from harness.waiting import stays, wait_until
 
@@ -78,7 +73,7 @@ class Session(EndToEndTest):
         ui.probe.item(name="nav_live", text="Живой просмотр")
 
     def test_shows_four_entries_to_a_user_without_permissions(self):
-        self.recorder.add_user("guest", "Guest-key-2580", [])
+        self.recorder.demo("POST", "/users", {"login": "guest", "password": "Guest-key-2580", "permissions": []})
         self.secrets.add("Guest-key-2580")
         ui = self.sign_in("guest", "Guest-key-2580")
         self.assertEqual(ui.entries(), ["live", "playback", "newScreen", "settings"])
@@ -102,14 +97,14 @@ class Session(EndToEndTest):
                 ui.probe.item(name="liveView")
 
     def test_returns_to_the_sign_in_page_when_the_session_expires(self):
-        self.recorder.set_access_seconds(10)
-        self.addCleanup(self.recorder.set_access_seconds, 900)
+        self.recorder.demo("POST", "/sessions", {"access_seconds": 10})
+        self.addCleanup(self.recorder.demo, "POST", "/sessions", {"access_seconds": 900})
         ui = self.sign_in()
         ui.open_page("settings")
         refreshed = "POST /client-api/auth/refresh"
         wait_until(lambda: self.recorder.requests().get(refreshed, 0) > 0, 15, "the token to be refreshed")
         stays(lambda: ui.current_page() == "settings", 1.5, "signed in while the token is refreshed")
-        self.recorder.end_sessions()
+        self.recorder.demo("POST", "/sessions/expire", {})
         ui.probe.item(name="serverField", timeout=30)
         self.assertEqual(ui.current_page(), "login")
         ui.click(name="continueButton")

@@ -28,10 +28,12 @@ def probe(path):
             [float(packet["pts_time"]) for packet in answer["packets"]])
 
 
-def moments(path):
-    """The moment that each picture of the file tells, in seconds since the epoch, None where it is not readable."""
+def moments(source, *options):
+    """The moment that each picture of a file or stream tells, in seconds since the epoch, None where it is not readable.
+
+    options: for ffmpeg's input."""
     strip = f"crop=iw:4:0:ih*80/720,scale={CELLS}:1:flags=area"
-    done = subprocess.run(["ffmpeg", "-v", "error", "-i", str(path), "-fps_mode", "passthrough", "-vf", strip,
+    done = subprocess.run(["ffmpeg", "-v", "error", *options, "-i", str(source), "-fps_mode", "passthrough", "-vf", strip,
                            "-f", "rawvideo", "-pix_fmt", "gray", "-"], check=True, capture_output=True)
     assert not done.stderr, done.stderr.decode()
     return [instant_of_cells(done.stdout[at:at + CELLS]) for at in range(0, len(done.stdout), CELLS)]
