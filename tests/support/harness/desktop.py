@@ -4,7 +4,6 @@ import os
 import shutil
 import subprocess
 import threading
-import time
 
 from . import processes
 from .snapshot import Snapshots
@@ -20,9 +19,6 @@ class Picture:
     def pixel(self, x, y):
         at = 3 * (y * self.width + x)
         return tuple(self.data[at:at + 3])
-
-    def brightest(self):
-        return max(self.data)
 
     def mean(self):
         return sum(self.data) / len(self.data)
@@ -67,7 +63,7 @@ class Recording:
 
 
 class Desktop:
-    def __init__(self, size=(2640, 1520), window_manager=True):
+    def __init__(self, size=(2640, 1520)):
         self.size = size
         number_out, number_in = os.pipe()
         self._server = processes.start(
@@ -81,11 +77,9 @@ class Desktop:
         self._snapshots = Snapshots(self.display)
         self.env = {"DISPLAY": self.display, "LIBGL_ALWAYS_SOFTWARE": "1", "LC_ALL": "C.UTF-8",
                     "ZORVEL_DISPLAY_SERVER": str(self._server.pid), "PATH": os.environ["PATH"]}
-        self._manager = None
-        if window_manager:
-            self._manager = processes.start(["openbox"], env=dict(os.environ, **self.env),
-                                            stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
-            wait_until(self._is_managed, 30, "the window manager to take over the display")
+        self._manager = processes.start(["openbox"], env=dict(os.environ, **self.env), stdout=subprocess.DEVNULL,
+                                        stderr=subprocess.DEVNULL)
+        wait_until(self._is_managed, 30, "the window manager to take over the display")
 
     def _is_managed(self):
         done = subprocess.run(["xdotool", "get_num_desktops"], env=self.env, capture_output=True)
@@ -93,9 +87,8 @@ class Desktop:
 
     def stop(self):
         self._snapshots.close()
-        for process in (self._manager, self._server):
-            if process:
-                processes.stop(process)
+        processes.stop(self._manager)
+        processes.stop(self._server)
 
     def wake(self):
         """Sends every program an event. With software rendering one waits now and then for an answer that libxcb has

@@ -74,13 +74,6 @@ class Program:
             self.process.kill()
             self.process.wait()
 
-    def write_stacks(self, path):
-        """Writes what every thread is doing, where there is a debugger to tell."""
-        if self.running() and shutil.which("gdb"):
-            with open(path, "w") as stacks:
-                subprocess.run(["gdb", "-batch", "-p", str(self.pid), "-ex", "thread apply all backtrace 24"],
-                               stdout=stacks, stderr=subprocess.DEVNULL, stdin=subprocess.DEVNULL, timeout=60)
-
     def sanitizer_report(self):
         """What a sanitizer complained about, or an empty text."""
         found = SANITIZER_REPORT.search(self.log())
@@ -135,45 +128,36 @@ class Recorder(Program):
         except ValueError:
             return status, None
 
-    def _demo(self, method, path, body=None):
+    def demo(self, method, path, body=None):
+        """One call of those that only the demo recorder has."""
         status, answer = self.call(method, "/demo" + path, body)
         assert status < 300, (path, status, answer)
         return answer
 
-    def add_user(self, login, password, permissions):
-        self._demo("POST", "/users", {"login": login, "password": password, "permissions": permissions})
-
-    def set_access_seconds(self, seconds):
-        """How long the tokens of later sign-ins last."""
-        self._demo("POST", "/sessions", {"access_seconds": seconds})
-
-    def end_sessions(self):
-        self._demo("POST", "/sessions/expire", {})
-
     def fail_camera(self, camera, kind):
         """kind: "offline" (404, viewers dropped), "hang" (no more pictures) or "none" (well again)."""
-        self._demo("POST", f"/cameras/{camera}/fault", {"kind": kind})
+        self.demo("POST", f"/cameras/{camera}/fault", {"kind": kind})
 
     def fail_requests(self, path, **how):
         """Switches a fault of requests on: status, delay_ms, cut_after_bytes, skip, times."""
-        self._demo("POST", "/faults", {"path": path, **how})
+        self.demo("POST", "/faults", {"path": path, **how})
 
     def heal(self):
-        self._demo("DELETE", "/faults")
+        self.demo("DELETE", "/faults")
 
     def cut_events(self):
-        self._demo("POST", "/events/cut")
+        self.demo("POST", "/events/cut")
 
     def events(self):
-        return self._demo("GET", "/events")
+        return self.demo("GET", "/events")
 
     def requests(self):
         """How often each "METHOD path" was asked."""
-        return self._demo("GET", "/requests")
+        return self.demo("GET", "/requests")
 
     def streams(self):
         """Per "camera/role": "described" and "played" requests so far and the sessions "playing" now."""
-        return self._demo("GET", "/rtsp")
+        return self.demo("GET", "/rtsp")
 
     def camera_ids(self, token):
         return [camera["id"] for camera in self.call("GET", "/client-api/cameras", token=token)[1]]

@@ -1,7 +1,6 @@
 """The frame of an end-to-end test: a display and a recorder per class, a fresh client per test."""
 
 import os
-import pathlib
 import re
 import shutil
 import unittest
@@ -87,7 +86,6 @@ class EndToEndTest(unittest.TestCase):
         self.recorder.log_path.exists() and shutil.copy(self.recorder.log_path, folder)
         if self.client and self.client.log_path.exists():
             shutil.copy(self.client.log_path, folder)
-            self.client.write_stacks(folder / "stacks.txt")
 
     def _end_client(self):
         if not self.client:

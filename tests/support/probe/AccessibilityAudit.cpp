@@ -2,8 +2,6 @@
 
 #include "ItemQuery.h"
 
-#include <QtCore/QMetaEnum>
-#include <QtCore/QSet>
 #include <QtGui/QAccessible>
 #include <QtQuick/QQuickItem>
 
@@ -11,13 +9,6 @@ namespace {
 
 // A handler's area often fills the control it serves, or lies inside the control's content.
 constexpr int levelsToControl = 3;
-
-struct Label
-{
-    QString name;
-    QAccessible::Role role = QAccessible::NoRole;
-    bool isPassword = false;
-};
 
 const QObject *attachedTo(const QQuickItem *item)
 {
@@ -27,28 +18,22 @@ const QObject *attachedTo(const QQuickItem *item)
     return found == children.end() ? nullptr : *found;
 }
 
+// Qt tells nobody the name of a password field.
+bool isNamed(QQuickItem *item)
+{
+    const QAccessibleInterface *interface = QAccessible::queryAccessibleInterface(item);
+    return interface && (!interface->text(QAccessible::Name).isEmpty() || interface->state().passwordEdit);
+}
+
 // Qt 6.4 tells a control's type's role instead of the role set on it, and of a plain control none.
-QAccessible::Role roleOf(const QQuickItem *item, QAccessible::Role told)
+bool hasRole(QQuickItem *item)
 {
     const QObject *attached = attachedTo(item);
-    const auto wanted
-        = attached ? attached->property("role").value<QAccessible::Role>() : QAccessible::NoRole;
-    return wanted == QAccessible::NoRole ? told : wanted;
-}
-
-Label labelOf(QQuickItem *item)
-{
-    QAccessibleInterface *interface = QAccessible::queryAccessibleInterface(item);
-    if (!interface) {
-        return {};
-    }
-    return {interface->text(QAccessible::Name), roleOf(item, interface->role()),
-        bool(interface->state().passwordEdit)};
-}
-
-QString roleName(QAccessible::Role role)
-{
-    return QString::fromLatin1(QMetaEnum::fromType<QAccessible::Role>().valueToKey(role));
+    const QAccessibleInterface *interface = QAccessible::queryAccessibleInterface(item);
+    auto role = attached ? attached->property("role").value<QAccessible::Role>() : QAccessible::NoRole;
+    if (role == QAccessible::NoRole && interface)
+        role = interface->role();
+    return role != QAccessible::NoRole && role != QAccessible::Client;
 }
 
 bool isIgnored(const QQuickItem *item)
@@ -59,9 +44,8 @@ bool isIgnored(const QQuickItem *item)
 
 bool takesClicks(const QQuickItem *item)
 {
-    if (item->inherits("QQuickMouseArea")) {
+    if (item->inherits("QQuickMouseArea"))
         return item->acceptedMouseButtons() != Qt::NoButton;
-    }
     const QList<QObject *> &children = item->children();
     return std::any_of(children.begin(), children.end(), [](const QObject *child) {
         return child->inherits("QQuickTapHandler") && child->property("enabled").toBool();
@@ -78,11 +62,9 @@ bool isExempt(const QQuickItem *item)
 bool controlAroundIsNamed(QQuickItem *item)
 {
     int level = 0;
-    for (QQuickItem *at = item; at && level <= levelsToControl; at = at->parentItem(), ++level) {
-        if (isIgnored(at) || !labelOf(at).name.isEmpty()) {
+    for (QQuickItem *at = item; at && level <= levelsToControl; at = at->parentItem(), ++level)
+        if (isIgnored(at) || isNamed(at))
             return true;
-        }
-    }
     return false;
 }
 
@@ -93,8 +75,8 @@ QJsonArray AccessibilityAudit::namelessItems()
     QJsonArray found;
     const auto report = [&found](const QQuickItem *item, const QString &missing) {
         QJsonObject entry = ItemQuery::describe(item);
-        entry.insert(QStringLiteral("missing"), missing);
-        entry.insert(QStringLiteral("parent"), ItemQuery::typeName(item->parentItem()));
+        entry.insert("missing", missing);
+        entry.insert("parent", ItemQuery::typeName(item->parentItem()));
         found.append(entry);
     };
     ItemQuery::visit([&](QQuickItem *item) {
@@ -102,30 +84,12 @@ QJsonArray AccessibilityAudit::namelessItems()
             return;
         }
         if (item->activeFocusOnTab()) {
-            const Label label = labelOf(item);
-            // Qt tells nobody the name of a password field.
-            if (label.name.isEmpty() && !label.isPassword) {
-                report(item, QStringLiteral("name"));
-            } else if (label.role == QAccessible::NoRole || label.role == QAccessible::Client) {
-                report(item, QStringLiteral("role"));
-            }
+            if (!isNamed(item))
+                report(item, "name");
+            else if (!hasRole(item))
+                report(item, "role");
         } else if (takesClicks(item) && !controlAroundIsNamed(item)) {
-            report(item, QStringLiteral("name"));
-        }
-    });
-    return found;
-}
-
-QJsonArray AccessibilityAudit::namedItems()
-{
-    QJsonArray found;
-    ItemQuery::visit([&](QQuickItem *item) {
-        const Label label = ItemQuery::isShown(item) ? labelOf(item) : Label();
-        if (!label.name.isEmpty()) {
-            QJsonObject entry = ItemQuery::describe(item);
-            entry.insert(QStringLiteral("role"), roleName(label.role));
-            entry.insert(QStringLiteral("label"), label.name);
-            found.append(entry);
+            report(item, "name");
         }
     });
     return found;

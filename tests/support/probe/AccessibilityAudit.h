@@ -10,7 +10,4 @@ namespace AccessibilityAudit {
 /// out.
 QJsonArray namelessItems();
 
-/// Every shown item that a screen reader is told about: as described by ItemQuery, with "role" and "label".
-QJsonArray namedItems();
-
 } // namespace AccessibilityAudit

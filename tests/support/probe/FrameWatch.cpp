@@ -13,25 +13,7 @@
 
 namespace {
 
-constexpr double nsPerMs = 1e6;
 constexpr double nsPerSecond = 1e9;
-
-struct Span
-{
-    qint64 longestNs = 0;
-    qint64 waitedNs = 0;
-
-    void add(const ThreadGroup::Moment &from, const ThreadGroup::Moment &to)
-    {
-        const qint64 waited = ThreadGroup::withoutProcessor(from, to);
-        const qint64 length = to.atNs - from.atNs - waited;
-        if (from.atNs > 0 && length > longestNs) {
-            longestNs = length;
-            waitedNs = waited;
-        }
-    }
-    double ms() const { return static_cast<double>(longestNs) / nsPerMs; }
-};
 
 } // namespace
 
@@ -42,18 +24,17 @@ struct FrameWatch::Window
     std::unique_ptr<ThreadGroup> threads;
     ThreadGroup::Moment syncBegin;
     ThreadGroup::Moment renderBegin;
-    Span sync;
-    Span render;
-    Span frame;
+    LongestSpan sync;
+    LongestSpan render;
+    LongestSpan frame;
     int frames = 0;
     qint64 firstAtNs = 0;
     qint64 sinceNs = monotonicNs();
 
     ThreadGroup::Moment now()
     {
-        if (!threads) {
-            threads = std::make_unique<ThreadGroup>(ThreadClock::current());
-        }
+        if (!threads)
+            threads = std::make_unique<ThreadGroup>();
         return threads->now();
     }
 };
@@ -69,9 +50,8 @@ FrameWatch::~FrameWatch() = default;
 bool FrameWatch::eventFilter(QObject *watched, QEvent *event)
 {
     if (event->type() == QEvent::PlatformSurface || event->type() == QEvent::Show) {
-        if (auto *window = qobject_cast<QQuickWindow *>(watched)) {
+        if (auto *window = qobject_cast<QQuickWindow *>(watched))
             watch(window);
-        }
     }
     return QObject::eventFilter(watched, event);
 }
@@ -79,51 +59,35 @@ bool FrameWatch::eventFilter(QObject *watched, QEvent *event)
 void FrameWatch::watch(QQuickWindow *window)
 {
     std::erase_if(m_windows, [](const auto &known) { return known->window.isNull(); });
-    const bool known
-        = std::ranges::any_of(m_windows, [window](const auto &w) { return w->window == window; });
-    if (known) {
+    if (std::ranges::any_of(m_windows, [window](const auto &known) { return known->window == window; }))
         return;
-    }
     auto state = std::make_shared<Window>();
     state->window = window;
     m_windows.push_back(state);
-    const auto onRenderThread = [window](auto signal, auto action) {
-        connect(window, signal, window, action, Qt::DirectConnection);
+    const auto onRenderThread = [window, state](auto signal, auto action) {
+        const auto locked = [state, action] {
+            const QMutexLocker lock(&state->mutex);
+            action(*state);
+        };
+        connect(window, signal, window, locked, Qt::DirectConnection);
     };
-    onRenderThread(&QQuickWindow::sceneGraphInvalidated, [state] {
-        QMutexLocker lock(&state->mutex);
-        state->threads.reset();
-    });
-    onRenderThread(&QQuickWindow::beforeSynchronizing, [state] {
-        QMutexLocker lock(&state->mutex);
-        state->syncBegin = state->now();
-    });
-    onRenderThread(&QQuickWindow::afterSynchronizing, [state] {
-        QMutexLocker lock(&state->mutex);
-        state->sync.add(state->syncBegin, state->now());
-    });
-    onRenderThread(&QQuickWindow::beforeRendering, [state] {
-        QMutexLocker lock(&state->mutex);
-        state->renderBegin = state->now();
-    });
-    onRenderThread(&QQuickWindow::afterRendering, [state] {
-        QMutexLocker lock(&state->mutex);
-        state->render.add(state->renderBegin, state->now());
-    });
-    onRenderThread(&QQuickWindow::frameSwapped, [state] {
-        QMutexLocker lock(&state->mutex);
-        state->frame.add(state->syncBegin, state->now());
-        if (state->frames++ == 0) {
-            state->firstAtNs = monotonicNs();
-        }
+    onRenderThread(&QQuickWindow::sceneGraphInvalidated, [](Window &w) { w.threads.reset(); });
+    onRenderThread(&QQuickWindow::beforeSynchronizing, [](Window &w) { w.syncBegin = w.now(); });
+    onRenderThread(&QQuickWindow::afterSynchronizing, [](Window &w) { w.sync.add(w.syncBegin, w.now()); });
+    onRenderThread(&QQuickWindow::beforeRendering, [](Window &w) { w.renderBegin = w.now(); });
+    onRenderThread(&QQuickWindow::afterRendering, [](Window &w) { w.render.add(w.renderBegin, w.now()); });
+    onRenderThread(&QQuickWindow::frameSwapped, [](Window &w) {
+        w.frame.add(w.syncBegin, w.now());
+        if (w.frames++ == 0)
+            w.firstAtNs = monotonicNs();
     });
 }
 
 void FrameWatch::restart()
 {
     for (const auto &state : m_windows) {
-        QMutexLocker lock(&state->mutex);
-        state->sync = state->render = state->frame = Span();
+        const QMutexLocker lock(&state->mutex);
+        state->sync = state->render = state->frame = LongestSpan();
         state->syncBegin = state->renderBegin = ThreadGroup::Moment();
         state->frames = 0;
         state->sinceNs = monotonicNs();
@@ -134,19 +98,17 @@ QJsonArray FrameWatch::report() const
 {
     QJsonArray windows;
     for (const auto &state : m_windows) {
-        if (state->window.isNull()) {
+        if (state->window.isNull())
             continue;
-        }
-        QMutexLocker lock(&state->mutex);
+        const QMutexLocker lock(&state->mutex);
         windows.append(QJsonObject{
-            {QStringLiteral("title"), state->window->title()},
-            {QStringLiteral("frames"), state->frames},
-            {QStringLiteral("firstAtNs"), state->firstAtNs},
-            {QStringLiteral("seconds"), static_cast<double>(monotonicNs() - state->sinceNs) / nsPerSecond},
-            {QStringLiteral("syncMs"), state->sync.ms()},
-            {QStringLiteral("renderMs"), state->render.ms()},
-            {QStringLiteral("frameMs"), state->frame.ms()},
-            {QStringLiteral("waitedMs"), static_cast<double>(state->frame.waitedNs) / nsPerMs},
+            {"frames", state->frames},
+            {"firstAtNs", state->firstAtNs},
+            {"seconds", static_cast<double>(monotonicNs() - state->sinceNs) / nsPerSecond},
+            {"syncMs", state->sync.ms()},
+            {"renderMs", state->render.ms()},
+            {"frameMs", state->frame.ms()},
+            {"waitedMs", state->frame.waitedMs()},
         });
     }
     return windows;

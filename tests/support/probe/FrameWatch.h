@@ -21,10 +21,10 @@ public:
     /// Forgets the counts and spans of every window.
     void restart();
 
-    /// Per window {"title", "frames", "seconds", "syncMs", "renderMs", "frameMs", "waitedMs"}: frames swapped
-    /// since the restart and its age; the longest synchronisation (the GUI thread stands still), rendering,
-    /// and whole frame from synchronising to swapping, each less its waiting for a processor; the waiting in
-    /// that frame.
+    /// Per window {"frames", "firstAtNs", "seconds", "syncMs", "renderMs", "frameMs", "waitedMs"}: frames
+    /// swapped since the restart and its age; the longest synchronisation (the GUI thread stands still),
+    /// rendering, and whole frame from synchronising to swapping, each less its waiting for a processor; the
+    /// waiting in that frame.
     QJsonArray report() const;
 
 protected:

@@ -13,9 +13,8 @@ void visitTree(QQuickItem *item, const std::function<void(QQuickItem *)> &visito
 {
     visitor(item);
     const QList<QQuickItem *> children = item->childItems();
-    for (QQuickItem *child : children) {
+    for (QQuickItem *child : children)
         visitTree(child, visitor);
-    }
 }
 
 bool hasProperties(const QObject *object, const QJsonObject &wanted)
@@ -23,9 +22,8 @@ bool hasProperties(const QObject *object, const QJsonObject &wanted)
     for (auto it = wanted.begin(); it != wanted.end(); ++it) {
         const QByteArray name = it.key().toUtf8();
         if (object->metaObject()->indexOfProperty(name.constData()) < 0
-            || ItemQuery::toJson(object->property(name.constData())) != it.value()) {
+            || ItemQuery::toJson(object->property(name.constData())) != it.value())
             return false;
-        }
     }
     return true;
 }
@@ -36,26 +34,24 @@ bool matches(const QQuickItem *item, const QJsonObject &selector)
         const QString key = it.key();
         const QJsonValue wanted = it.value();
         bool holds = false;
-        if (key == QLatin1String("name")) {
+        if (key == "name") {
             holds = item->objectName() == wanted.toString();
-        } else if (key == QLatin1String("type")) {
+        } else if (key == "type") {
             holds = ItemQuery::typeName(item) == wanted.toString();
-        } else if (key == QLatin1String("text")) {
+        } else if (key == "text") {
             holds = item->property("text").toString() == wanted.toString();
-        } else if (key == QLatin1String("where")) {
+        } else if (key == "where") {
             holds = hasProperties(item, wanted.toObject());
-        } else if (key == QLatin1String("shown")) {
+        } else if (key == "shown") {
             holds = ItemQuery::isShown(item) == wanted.toBool();
-        } else if (key == QLatin1String("within")) {
+        } else if (key == "within") {
             const QQuickItem *ancestor = item->parentItem();
-            while (ancestor && !matches(ancestor, wanted.toObject())) {
+            while (ancestor && !matches(ancestor, wanted.toObject()))
                 ancestor = ancestor->parentItem();
-            }
             holds = ancestor != nullptr;
         }
-        if (!holds) {
+        if (!holds)
             return false;
-        }
     }
     return true;
 }
@@ -66,9 +62,8 @@ void ItemQuery::visit(const std::function<void(QQuickItem *)> &visitor)
 {
     const auto windows = QGuiApplication::allWindows();
     for (QWindow *window : windows) {
-        if (auto *quickWindow = qobject_cast<QQuickWindow *>(window)) {
+        if (auto *quickWindow = qobject_cast<QQuickWindow *>(window))
             visitTree(quickWindow->contentItem(), visitor);
-        }
     }
 }
 
@@ -76,9 +71,8 @@ QList<QQuickItem *> ItemQuery::find(const QJsonObject &selector)
 {
     QList<QQuickItem *> found;
     visit([&](QQuickItem *item) {
-        if (matches(item, selector)) {
+        if (matches(item, selector))
             found.append(item);
-        }
     });
     return found;
 }
@@ -86,58 +80,47 @@ QList<QQuickItem *> ItemQuery::find(const QJsonObject &selector)
 QString ItemQuery::typeName(const QObject *object)
 {
     QString name = QString::fromUtf8(object->metaObject()->className());
-    for (const QLatin1String suffix : {QLatin1String("_QMLTYPE_"), QLatin1String("_QML_")}) {
-        const qsizetype at = name.indexOf(suffix);
-        if (at > 0) {
-            name.truncate(at);
-        }
-    }
-    return name.startsWith(QLatin1String("QQuick")) ? name.mid(6) : name;
+    for (const char *suffix : {"_QMLTYPE_", "_QML_"})
+        name = name.left(name.indexOf(suffix));
+    return name.startsWith("QQuick") ? name.mid(6) : name;
 }
 
 bool ItemQuery::isShown(const QQuickItem *item)
 {
     const QQuickWindow *window = item->window();
-    if (!item->isVisible() || !window || !window->isExposed() || item->width() <= 0 || item->height() <= 0) {
-        return false;
-    }
-    for (const QQuickItem *ancestor = item; ancestor; ancestor = ancestor->parentItem()) {
-        if (ancestor->opacity() <= 0) {
-            return false;
-        }
-    }
-    return true;
+    bool shown
+        = item->isVisible() && window && window->isExposed() && item->width() > 0 && item->height() > 0;
+    for (const QQuickItem *at = item; at && shown; at = at->parentItem())
+        shown = at->opacity() > 0;
+    return shown;
 }
 
 QJsonObject ItemQuery::describe(const QQuickItem *item)
 {
     const QPointF topLeft = item->mapToGlobal(QPointF());
     return {
-        {QStringLiteral("type"), typeName(item)},
-        {QStringLiteral("name"), item->objectName()},
-        {QStringLiteral("x"), topLeft.x()},
-        {QStringLiteral("y"), topLeft.y()},
-        {QStringLiteral("width"), item->width()},
-        {QStringLiteral("height"), item->height()},
-        {QStringLiteral("shown"), isShown(item)},
-        {QStringLiteral("enabled"), item->isEnabled()},
-        {QStringLiteral("focus"), item->hasActiveFocus()},
-        {QStringLiteral("text"), item->property("text").toString()},
+        {"type", typeName(item)},
+        {"name", item->objectName()},
+        {"x", topLeft.x()},
+        {"y", topLeft.y()},
+        {"width", item->width()},
+        {"height", item->height()},
+        {"shown", isShown(item)},
+        {"enabled", item->isEnabled()},
+        {"text", item->property("text").toString()},
     };
 }
 
 QJsonValue ItemQuery::toJson(const QVariant &value)
 {
-    if (value.metaType() == QMetaType::fromType<QJSValue>()) {
+    if (value.metaType() == QMetaType::fromType<QJSValue>())
         return toJson(value.value<QJSValue>().toVariant());
-    }
     if (value.metaType().flags().testFlag(QMetaType::PointerToQObject)) {
         const auto *object = value.value<QObject *>();
-        return object ? QJsonValue(typeName(object) + QLatin1Char(' ') + object->objectName()) : QJsonValue();
+        return object ? QJsonValue(typeName(object) + ' ' + object->objectName()) : QJsonValue();
     }
-    if (value.metaType().flags().testFlag(QMetaType::IsEnumeration)) {
+    if (value.metaType().flags().testFlag(QMetaType::IsEnumeration))
         return value.toInt();
-    }
     const QJsonValue json = QJsonValue::fromVariant(value);
     return json.isNull() && value.isValid() ? QJsonValue(value.toString()) : json;
 }
@@ -145,8 +128,7 @@ QJsonValue ItemQuery::toJson(const QVariant &value)
 QJsonObject ItemQuery::properties(const QObject *object, const QJsonArray &names)
 {
     QJsonObject values;
-    for (const auto &name : names) {
+    for (const auto &name : names)
         values.insert(name.toString(), toJson(object->property(name.toString().toUtf8().constData())));
-    }
     return values;
 }

@@ -26,7 +26,7 @@ QString typeName(const QObject *object);
 /// Whether the item has an area, is visible with all its ancestors, and its window is on the screen.
 bool isShown(const QQuickItem *item);
 
-/// {"type", "name", "x", "y", "width", "height" (screen pixels), "shown", "enabled", "focus", "text"}.
+/// {"type", "name", "x", "y", "width", "height" (screen pixels), "shown", "enabled", "text"}.
 QJsonObject describe(const QQuickItem *item);
 
 /// A value as JSON: lists and maps as such, objects by their type and name.

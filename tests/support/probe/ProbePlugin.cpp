@@ -2,12 +2,8 @@
 
 #include "ProbeServer.h"
 
-QObject *ProbePlugin::create(const QString &name, const QString &specification)
+QObject *ProbePlugin::create(const QString &name, const QString &)
 {
-    Q_UNUSED(specification)
     const QString socketName = qEnvironmentVariable("ZORVEL_PROBE");
-    if (name != QLatin1String("zorvelprobe") || socketName.isEmpty()) {
-        return nullptr;
-    }
-    return new ProbeServer(socketName);
+    return name == "zorvelprobe" && !socketName.isEmpty() ? new ProbeServer(socketName) : nullptr;
 }

@@ -5,11 +5,11 @@
 
 #include <QtCore/QJsonArray>
 #include <QtCore/QJsonDocument>
-#include <QtCore/QMetaMethod>
 #include <QtGui/QGuiApplication>
 #include <QtNetwork/QLocalSocket>
 #include <QtQml/QQmlContext>
 #include <QtQml/QQmlEngine>
+#include <QtQml/QQmlExpression>
 #include <QtQuick/QQuickItem>
 #include <QtQuick/QQuickWindow>
 
@@ -17,18 +17,13 @@
 
 namespace {
 
-constexpr int maxArguments = 4;
-
 QJsonArray items(const QJsonObject &request)
 {
     QJsonArray found;
-    const QJsonArray names = request.value(QStringLiteral("get")).toArray();
-    const auto matches = ItemQuery::find(request.value(QStringLiteral("selector")).toObject());
+    const auto matches = ItemQuery::find(request["selector"].toObject());
     for (const QQuickItem *item : matches) {
         QJsonObject entry = ItemQuery::describe(item);
-        if (!names.isEmpty()) {
-            entry.insert(QStringLiteral("values"), ItemQuery::properties(item, names));
-        }
+        entry.insert("values", ItemQuery::properties(item, request["get"].toArray()));
         found.append(entry);
     }
     return found;
@@ -44,112 +39,56 @@ QJsonValue focusItem()
 QJsonArray windows(const QJsonObject &request)
 {
     QJsonArray found;
-    const QJsonArray names = request.value(QStringLiteral("get")).toArray();
     const auto all = QGuiApplication::topLevelWindows();
     for (const QWindow *window : all) {
         found.append(QJsonObject{
-            {QStringLiteral("id"), static_cast<qint64>(window->winId())},
-            {QStringLiteral("title"), window->title()},
-            {QStringLiteral("x"), window->x()},
-            {QStringLiteral("y"), window->y()},
-            {QStringLiteral("width"), window->width()},
-            {QStringLiteral("height"), window->height()},
-            {QStringLiteral("visible"), window->isVisible()},
-            {QStringLiteral("active"), window->isActive()},
-            {QStringLiteral("visibility"), window->visibility()},
-            {QStringLiteral("values"), ItemQuery::properties(window, names)},
+            {"id", static_cast<qint64>(window->winId())},
+            {"title", window->title()},
+            {"visible", window->isVisible()},
+            {"active", window->isActive()},
+            {"values", ItemQuery::properties(window, request["get"].toArray())},
         });
     }
     return found;
 }
 
-QJsonValue call(QObject *object, const QString &name, const QJsonArray &arguments)
+// Calls a function with the request's arguments, as a document would.
+QJsonValue call(QQmlContext *context, QObject *scope, const QString &function, const QJsonObject &request)
 {
-    const QMetaObject *type = object->metaObject();
-    for (int i = 0; i < type->methodCount(); ++i) {
-        const QMetaMethod method = type->method(i);
-        if (name != QString::fromUtf8(method.name()) || method.parameterCount() != arguments.size()
-            || arguments.size() > maxArguments) {
-            continue;
-        }
-        QVariantList values;
-        QGenericArgument generic[maxArguments];
-        for (int a = 0; a < arguments.size(); ++a) {
-            values.append(arguments.at(a).toVariant());
-            const QMetaType wanted = method.parameterMetaType(a);
-            if (wanted != QMetaType::fromType<QVariant>() && !values.last().convert(wanted)) {
-                throw std::runtime_error("argument of the wrong type");
-            }
-        }
-        for (int a = 0; a < arguments.size(); ++a) {
-            const bool loose = method.parameterMetaType(a) == QMetaType::fromType<QVariant>();
-            generic[a] = loose ? QGenericArgument("QVariant", &values.at(a))
-                               : QGenericArgument(values.at(a).metaType().name(), values.at(a).constData());
-        }
-        QVariant result;
-        if (method.returnMetaType() == QMetaType::fromType<QVariant>()) {
-            method.invoke(
-                object, Q_RETURN_ARG(QVariant, result), generic[0], generic[1], generic[2], generic[3]);
-        } else if (method.returnMetaType() == QMetaType::fromType<void>()) {
-            method.invoke(object, generic[0], generic[1], generic[2], generic[3]);
-        } else {
-            result = QVariant(method.returnMetaType());
-            method.invoke(object, QGenericReturnArgument(method.typeName(), result.data()), generic[0],
-                generic[1], generic[2], generic[3]);
-        }
-        return ItemQuery::toJson(result);
-    }
-    throw std::runtime_error("no such method");
+    const QByteArray arguments = QJsonDocument(request["args"].toArray()).toJson(QJsonDocument::Compact);
+    QQmlExpression expression(context, scope, function + "(..." + QString::fromUtf8(arguments) + ')');
+    const QVariant result = expression.evaluate();
+    if (expression.hasError())
+        throw std::runtime_error(expression.error().toString().toStdString());
+    return ItemQuery::toJson(result);
 }
 
-QObject *contextObject(const QString &name)
+QQmlContext *rootContext()
 {
-    QObject *found = nullptr;
-    ItemQuery::visit([&](QQuickItem *item) {
-        const QQmlEngine *engine = found ? nullptr : qmlEngine(item);
-        if (engine) {
-            found = engine->rootContext()->contextProperty(name).value<QObject *>();
-        }
-    });
-    if (!found) {
-        throw std::runtime_error("no such context object");
-    }
-    return found;
+    const auto all = QGuiApplication::topLevelWindows();
+    for (const QWindow *window : all)
+        if (const QQmlEngine *engine = qmlEngine(window))
+            return engine->rootContext();
+    throw std::runtime_error("no window of a document");
 }
 
 QJsonValue context(const QJsonObject &request)
 {
-    QObject *object = contextObject(request.value(QStringLiteral("object")).toString());
-    const QString method = request.value(QStringLiteral("call")).toString();
-    if (method.isEmpty()) {
-        return ItemQuery::properties(object, request.value(QStringLiteral("get")).toArray());
-    }
-    return call(object, method, request.value(QStringLiteral("args")).toArray());
-}
-
-QQuickItem *firstItem(const QJsonObject &request)
-{
-    const auto found = ItemQuery::find(request.value(QStringLiteral("selector")).toObject());
-    if (found.isEmpty()) {
-        throw std::runtime_error("no such item");
-    }
-    return found.first();
+    const QString name = request["object"].toString();
+    if (request.contains("call"))
+        return call(rootContext(), nullptr, name + '.' + request["call"].toString(), request);
+    const auto *object = rootContext()->contextProperty(name).value<QObject *>();
+    if (!object)
+        throw std::runtime_error("no such context object");
+    return ItemQuery::properties(object, request["get"].toArray());
 }
 
 QJsonValue invoke(const QJsonObject &request)
 {
-    return call(firstItem(request), request.value(QStringLiteral("call")).toString(),
-        request.value(QStringLiteral("args")).toArray());
-}
-
-QJsonValue assignProperty(const QJsonObject &request)
-{
-    const QByteArray name = request.value(QStringLiteral("property")).toString().toUtf8();
-    if (!firstItem(request)->setProperty(
-            name.constData(), request.value(QStringLiteral("value")).toVariant())) {
-        throw std::runtime_error("no such property");
-    }
-    return {};
+    const auto found = ItemQuery::find(request["selector"].toObject());
+    if (found.isEmpty())
+        throw std::runtime_error("no such item");
+    return call(qmlContext(found.first()), found.first(), request["call"].toString(), request);
 }
 
 } // namespace
@@ -158,9 +97,8 @@ ProbeServer::ProbeServer(const QString &socketName, QObject *parent)
     : QObject(parent)
 {
     m_server.setSocketOptions(QLocalServer::UserAccessOption);
-    if (!m_server.listen(socketName)) {
+    if (!m_server.listen(socketName))
         qFatal("probe: cannot listen on %s", qUtf8Printable(socketName));
-    }
     connect(
         &m_server, &QLocalServer::newConnection, this, [this] { serve(m_server.nextPendingConnection()); });
 }
@@ -179,35 +117,32 @@ void ProbeServer::serve(QLocalSocket *socket)
 QJsonObject ProbeServer::answer(const QJsonObject &request)
 {
     try {
-        return {{QStringLiteral("result"), perform(request.value(QStringLiteral("do")).toString(), request)}};
+        return {{"result", perform(request["do"].toString(), request)}};
     } catch (const std::runtime_error &error) {
-        return {{QStringLiteral("error"), QString::fromUtf8(error.what())}};
+        return {{"error", QString::fromUtf8(error.what())}};
     }
 }
 
 QJsonValue ProbeServer::perform(const QString &command, const QJsonObject &request)
 {
     const QHash<QString, std::function<QJsonValue()>> commands{
-        {QStringLiteral("items"), [&] { return items(request); }},
-        {QStringLiteral("focus"), [] { return focusItem(); }},
-        {QStringLiteral("windows"), [&] { return windows(request); }},
-        {QStringLiteral("context"), [&] { return context(request); }},
-        {QStringLiteral("invoke"), [&] { return invoke(request); }},
-        {QStringLiteral("set"), [&] { return assignProperty(request); }},
-        {QStringLiteral("accessibleNames"), [] { return AccessibilityAudit::namedItems(); }},
-        {QStringLiteral("accessibleGaps"), [] { return AccessibilityAudit::namelessItems(); }},
-        {QStringLiteral("watchSignals"), [&] { return m_signals.watch(request), QJsonValue(); }},
-        {QStringLiteral("takeSignals"), [&] { return m_signals.take(); }},
-        {QStringLiteral("stopSignals"), [&] { return m_signals.stop(), QJsonValue(); }},
-        {QStringLiteral("startStalls"), [&] { return m_stalls.restart(), QJsonValue(); }},
-        {QStringLiteral("readStalls"), [&] { return m_stalls.report(); }},
-        {QStringLiteral("stopStalls"), [&] { return m_stalls.halt(), QJsonValue(); }},
-        {QStringLiteral("startFrames"), [&] { return m_frames.restart(), QJsonValue(); }},
-        {QStringLiteral("readFrames"), [&] { return m_frames.report(); }},
+        {"items", [&] { return items(request); }},
+        {"focus", [] { return focusItem(); }},
+        {"windows", [&] { return windows(request); }},
+        {"context", [&] { return context(request); }},
+        {"invoke", [&] { return invoke(request); }},
+        {"accessibleGaps", [] { return AccessibilityAudit::namelessItems(); }},
+        {"watchSignals", [&] { return m_signals.watch(request), QJsonValue(); }},
+        {"takeSignals", [&] { return m_signals.take(); }},
+        {"stopSignals", [&] { return m_signals.stop(), QJsonValue(); }},
+        {"startStalls", [&] { return m_stalls.restart(), QJsonValue(); }},
+        {"readStalls", [&] { return m_stalls.report(); }},
+        {"stopStalls", [&] { return m_stalls.halt(), QJsonValue(); }},
+        {"startFrames", [&] { return m_frames.restart(), QJsonValue(); }},
+        {"readFrames", [&] { return m_frames.report(); }},
     };
     const auto found = commands.constFind(command);
-    if (found == commands.constEnd()) {
+    if (found == commands.constEnd())
         throw std::runtime_error("no such command");
-    }
     return (*found)();
 }

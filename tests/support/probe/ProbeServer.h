@@ -14,21 +14,15 @@ class QLocalSocket;
 ///
 /// A request is {"do": <command>, ...}; the answer {"result": ...} or {"error": <text>}. The commands:
 ///
-/// | command         | takes                                   | result |
-/// |-----------------|-----------------------------------------|-----------------------------------------------|
-/// | items           | selector, get                           | the items found, described, with "values" |
-/// | focus           |                                         | the item with the keyboard focus, or null |
-/// | windows         |                                         | geometry, title, visibility of all windows |
-/// | context         | object, get or call + args              | "values" or the call's result | | invoke |
-/// selector, call, args                    | the call's result on the first item           | |
-/// accessibleNames |                                         | AccessibilityAudit::namedItems | |
-/// accessibleGaps  |                                         | AccessibilityAudit::namelessItems | |
-/// watchSignals    | type, signal, get                       | null; see SignalLog | | takeSignals     | |
-/// SignalLog::take                               | | stopSignals     | | null | | startStalls     | | null;
-/// see StallWatch                          | | readStalls      |                                         |
-/// StallWatch::report                            | | stopStalls      | | null | | startFrames     | | null;
-/// see FrameWatch                          | | readFrames      |                                         |
-/// FrameWatch::report                            |
+/// - items (selector, get): the items found, described, with "values";
+/// - focus: the item with the keyboard focus, or null;
+/// - windows (get): id, title, state and "values" of all windows;
+/// - context (object, get or call and args): the "values" of a context object, or the call's result;
+/// - invoke (selector, call, args): the call's result on the first item;
+/// - accessibleGaps: see AccessibilityAudit;
+/// - watchSignals (type, signal, get), takeSignals, stopSignals: see SignalLog;
+/// - startStalls, readStalls, stopStalls: see StallWatch;
+/// - startFrames, readFrames: see FrameWatch.
 class ProbeServer : public QObject
 {
     Q_OBJECT

@@ -10,16 +10,14 @@ namespace {
 
 constexpr int lookIntervalMs = 10;
 
-QMetaMethod signalNamed(const QObject *object, const QString &name)
+QMetaMethod signalNamed(const QObject *object, const QByteArray &name)
 {
     const QMetaObject *type = object->metaObject();
-    for (int i = 0; i < type->methodCount(); ++i) {
-        const QMetaMethod method = type->method(i);
-        if (method.methodType() == QMetaMethod::Signal && name == QString::fromUtf8(method.name())) {
-            return method;
-        }
-    }
-    return {};
+    int index = type->methodCount() - 1;
+    while (index >= 0
+        && (type->method(index).methodType() != QMetaMethod::Signal || type->method(index).name() != name))
+        --index;
+    return type->method(index);
 }
 
 } // namespace
@@ -34,10 +32,10 @@ SignalLog::SignalLog(QObject *parent)
 void SignalLog::watch(const QJsonObject &request)
 {
     m_watches.append(request);
+    m_attached.clear();
     attach();
-    if (request.value(QStringLiteral("later")).toBool(true)) {
+    if (request["later"].toBool(true))
         m_timer.start();
-    }
 }
 
 QJsonArray SignalLog::take()
@@ -49,48 +47,33 @@ void SignalLog::stop()
 {
     m_timer.stop();
     m_watches.clear();
-    m_attached.clear();
     m_notes = QJsonArray();
-    qDeleteAll(findChildren<SignalListener *>());
+    ItemQuery::visit([this](QQuickItem *item) { item->disconnect(this); });
 }
 
 void SignalLog::attach()
 {
-    ItemQuery::visit([this](QQuickItem *item) {
-        for (qsizetype i = 0; i < m_watches.size(); ++i) {
-            const QString type = m_watches.at(i).value(QStringLiteral("type")).toString();
-            if (ItemQuery::typeName(item) == type && !m_attached.contains(item, i)) {
-                m_attached.insert(item, i);
-                new SignalListener(this, item, m_watches.at(i));
-            }
+    const QMetaMethod slot = metaObject()->method(metaObject()->indexOfSlot("note()"));
+    ItemQuery::visit([&](QQuickItem *item) {
+        for (const QJsonObject &watch : std::as_const(m_watches)) {
+            if (ItemQuery::typeName(item) != watch["type"].toString() || m_attached.contains(item))
+                continue;
+            const QMetaMethod signal = signalNamed(item, watch["signal"].toString().toUtf8());
+            connect(item, signal, this, slot, Qt::UniqueConnection);
+            connect(item, &QObject::destroyed, this, [this, item] { m_attached.remove(item); });
+            m_attached.insert(item);
         }
     });
 }
 
-SignalListener::SignalListener(SignalLog *log, QObject *sender, const QJsonObject &request)
-    : QObject(log)
-    , m_log(log)
-    , m_sender(sender)
-    , m_request(request)
+void SignalLog::note()
 {
-    const QMetaMethod signal = signalNamed(sender, request.value(QStringLiteral("signal")).toString());
-    const int slot = staticMetaObject.indexOfSlot("note()");
-    if (signal.isValid()) {
-        connect(sender, signal, this, staticMetaObject.method(slot));
+    const qint64 now = monotonicNs();
+    const QString signal = QString::fromUtf8(sender()->metaObject()->method(senderSignalIndex()).name());
+    for (const QJsonObject &watch : std::as_const(m_watches)) {
+        if (watch["signal"].toString() != signal || watch["type"].toString() != ItemQuery::typeName(sender()))
+            continue;
+        const QJsonObject values = ItemQuery::properties(sender(), watch["get"].toArray());
+        m_notes.append(QJsonObject{{"atNs", now}, {"values", values}});
     }
-    connect(sender, &QObject::destroyed, this, [this] {
-        m_log->m_attached.remove(m_sender);
-        deleteLater();
-    });
-}
-
-void SignalListener::note()
-{
-    m_log->m_notes.append(QJsonObject{
-        {QStringLiteral("atNs"), monotonicNs()},
-        {QStringLiteral("type"), m_request.value(QStringLiteral("type"))},
-        {QStringLiteral("signal"), m_request.value(QStringLiteral("signal"))},
-        {QStringLiteral("values"),
-            ItemQuery::properties(m_sender, m_request.value(QStringLiteral("get")).toArray())},
-    });
 }

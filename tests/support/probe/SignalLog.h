@@ -1,9 +1,9 @@
 #pragma once
 
-#include <QtCore/QHash>
 #include <QtCore/QJsonArray>
 #include <QtCore/QJsonObject>
 #include <QtCore/QObject>
+#include <QtCore/QSet>
 #include <QtCore/QTimer>
 
 /// Notes when items of a type emit a signal, with the values of some of their properties at that moment.
@@ -19,7 +19,7 @@ public:
     /// when items that appear later need not be looked for, which takes processor time.
     void watch(const QJsonObject &request);
 
-    /// What was noted since the last call: {"atNs", "type", "signal", "values"}.
+    /// What was noted since the last call: {"atNs", "values"}.
     QJsonArray take();
 
     /// Ends all watching and forgets what was noted.
@@ -27,28 +27,10 @@ public:
 
 private:
     void attach();
+    Q_SLOT void note();
 
     QTimer m_timer;
     QList<QJsonObject> m_watches;
-    QMultiHash<const QObject *, qsizetype> m_attached;
+    QSet<const QObject *> m_attached;
     QJsonArray m_notes;
-
-    friend class SignalListener;
-};
-
-/// The receiving end of one watched signal of one item.
-class SignalListener : public QObject
-{
-    Q_OBJECT
-
-public:
-    SignalListener(SignalLog *log, QObject *sender, const QJsonObject &request);
-
-private slots:
-    void note();
-
-private:
-    SignalLog *m_log;
-    QObject *m_sender;
-    QJsonObject m_request;
 };

@@ -6,8 +6,6 @@
 namespace {
 
 constexpr unsigned long pauseMs = 4;
-constexpr double nsPerMs = 1e6;
-constexpr qint64 longBlockNs = 100'000'000;
 
 class Ping : public QEvent
 {
@@ -30,7 +28,7 @@ public:
 StallWatch::StallWatch(QObject *parent)
     : QThread(parent)
 {
-    setObjectName(QStringLiteral("stall-watch"));
+    setObjectName("stall-watch");
 }
 
 StallWatch::~StallWatch()
@@ -40,14 +38,12 @@ StallWatch::~StallWatch()
 
 void StallWatch::restart()
 {
-    m_longestNs = m_longestWaitNs = m_longestAtNs = 0;
-    m_pings = m_over100 = 0;
+    m_longest = LongestSpan();
     halt();
     // The drawing threads are looked up anew: they come and go with the window.
-    m_threads = std::make_unique<ThreadGroup>(ThreadClock::current());
-    if (!m_running.exchange(true)) {
+    m_threads = std::make_unique<ThreadGroup>();
+    if (!m_running.exchange(true))
         start();
-    }
 }
 
 void StallWatch::halt()
@@ -61,18 +57,14 @@ void StallWatch::halt()
 
 QJsonObject StallWatch::report() const
 {
-    return {{QStringLiteral("longestMs"), static_cast<double>(m_longestNs) / nsPerMs},
-        {QStringLiteral("waitedMs"), static_cast<double>(m_longestWaitNs) / nsPerMs},
-        {QStringLiteral("atNs"), m_longestAtNs}, {QStringLiteral("pings"), m_pings},
-        {QStringLiteral("over100"), m_over100}};
+    return {{"longestMs", m_longest.ms()}, {"waitedMs", m_longest.waitedMs()}};
 }
 
 bool StallWatch::event(QEvent *event)
 {
-    if (event->type() != Ping::kind()) {
+    if (event->type() != Ping::kind())
         return QThread::event(event);
-    }
-    handled(static_cast<Ping *>(event)->sent);
+    m_longest.add(static_cast<Ping *>(event)->sent, m_threads->now());
     m_outstanding = false;
     return true;
 }
@@ -80,23 +72,8 @@ bool StallWatch::event(QEvent *event)
 void StallWatch::run()
 {
     while (m_running) {
-        if (!m_outstanding.exchange(true)) {
+        if (!m_outstanding.exchange(true))
             QCoreApplication::postEvent(this, new Ping(m_threads->now()), Qt::HighEventPriority);
-        }
         msleep(pauseMs);
-    }
-}
-
-void StallWatch::handled(const ThreadGroup::Moment &sent)
-{
-    const ThreadGroup::Moment now = m_threads->now();
-    const qint64 waited = ThreadGroup::withoutProcessor(sent, now);
-    const qint64 block = now.atNs - sent.atNs - waited;
-    ++m_pings;
-    m_over100 += block > longBlockNs ? 1 : 0;
-    if (block > m_longestNs) {
-        m_longestNs = block;
-        m_longestWaitNs = waited;
-        m_longestAtNs = now.atNs;
     }
 }

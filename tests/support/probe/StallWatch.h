@@ -27,9 +27,7 @@ public:
     /// Ends the posting, which costs a little processor time, and closes the files it reads.
     void halt();
 
-    /// {"longestMs", "waitedMs", "atNs", "pings", "over100"}: the longest block less its waiting for a
-    /// processor, that waiting, when the block ended, how many events were handled, and how many blocks were
-    /// above 100 ms.
+    /// {"longestMs", "waitedMs"}: the longest block less its waiting for a processor, and that waiting.
     QJsonObject report() const;
 
     bool event(QEvent *event) override;
@@ -38,14 +36,8 @@ protected:
     void run() override;
 
 private:
-    void handled(const ThreadGroup::Moment &sent);
-
     std::unique_ptr<ThreadGroup> m_threads;
     std::atomic<bool> m_running = false;
     std::atomic<bool> m_outstanding = false;
-    qint64 m_longestNs = 0;
-    qint64 m_longestWaitNs = 0;
-    qint64 m_longestAtNs = 0;
-    int m_pings = 0;
-    int m_over100 = 0;
+    LongestSpan m_longest;
 };

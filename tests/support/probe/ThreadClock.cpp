@@ -16,21 +16,15 @@ qint64 monotonicNs()
     return std::chrono::steady_clock::now().time_since_epoch().count();
 }
 
-ThreadClock::ThreadClock(int threadId)
-    : ThreadClock("/proc/self/task/" + QByteArray::number(threadId) + "/schedstat")
-{
-}
-
-ThreadClock::ThreadClock(const QByteArray &path)
-    : m_file(open(path.constData(), O_RDONLY | O_CLOEXEC))
+ThreadClock::ThreadClock(const QByteArray &process)
+    : m_file(open(("/proc/" + process + "/schedstat").constData(), O_RDONLY | O_CLOEXEC))
 {
 }
 
 ThreadClock::~ThreadClock()
 {
-    if (m_file >= 0) {
+    if (m_file >= 0)
         close(m_file);
-    }
 }
 
 ThreadTimes ThreadClock::read() const
@@ -43,28 +37,20 @@ ThreadTimes ThreadClock::read() const
     return known ? ThreadTimes{ran, waited} : ThreadTimes();
 }
 
-int ThreadClock::current()
+ThreadGroup::ThreadGroup()
+    : m_own("self/task/" + QByteArray::number(gettid()))
+    , m_server(qgetenv("ZORVEL_DISPLAY_SERVER"))
 {
-    return static_cast<int>(gettid());
-}
-
-ThreadGroup::ThreadGroup(int threadId)
-    : m_own(threadId)
-    , m_server("/proc/" + qgetenv("ZORVEL_DISPLAY_SERVER") + "/schedstat")
-{
-    const QDir tasks(QStringLiteral("/proc/self/task"));
+    const QDir tasks("/proc/self/task");
     const QStringList ids = tasks.entryList(QDir::Dirs | QDir::NoDotAndDotDot);
     for (const QString &id : ids) {
-        QFile file(tasks.filePath(id + QStringLiteral("/comm")));
-        if (id.toInt() == threadId || !file.open(QIODevice::ReadOnly)) {
-            continue;
-        }
-        const QByteArray name = file.readAll();
-        if (name.startsWith("QSGRenderThread")) {
-            m_render = std::make_unique<ThreadClock>(id.toInt());
-        } else if (name.startsWith("llvmpipe")) {
-            m_rasteriser.push_back(std::make_unique<ThreadClock>(id.toInt()));
-        }
+        QFile file(tasks.filePath(id + "/comm"));
+        const QByteArray name = file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+        const QByteArray task = "self/task/" + id.toLatin1();
+        if (name.startsWith("QSGRenderThread") && id.toInt() != gettid())
+            m_render = std::make_unique<ThreadClock>(task);
+        else if (name.startsWith("llvmpipe"))
+            m_rasteriser.push_back(std::make_unique<ThreadClock>(task));
     }
 }
 
@@ -72,9 +58,8 @@ ThreadGroup::Moment ThreadGroup::now() const
 {
     Moment moment{
         monotonicNs(), m_own.read(), m_render ? m_render->read() : ThreadTimes(), m_server.read(), {}};
-    for (const auto &clock : m_rasteriser) {
+    for (const auto &clock : m_rasteriser)
         moment.rasteriser.push_back(clock->read());
-    }
     return moment;
 }
 
@@ -83,9 +68,18 @@ qint64 ThreadGroup::withoutProcessor(const Moment &from, const Moment &to)
     const ThreadTimes own = to.own - from.own;
     const qint64 slept = std::max<qint64>(0, to.atNs - from.atNs - own.ran - own.waited);
     qint64 drawers = 0;
-    for (size_t i = 0; i < std::min(from.rasteriser.size(), to.rasteriser.size()); ++i) {
+    for (size_t i = 0; i < std::min(from.rasteriser.size(), to.rasteriser.size()); ++i)
         drawers = std::max(drawers, (to.rasteriser[i] - from.rasteriser[i]).waited);
-    }
     drawers += (to.render - from.render).waited + (to.server - from.server).waited;
     return own.waited + std::min(slept, drawers);
+}
+
+void LongestSpan::add(const ThreadGroup::Moment &from, const ThreadGroup::Moment &to)
+{
+    const qint64 waited = ThreadGroup::withoutProcessor(from, to);
+    const qint64 length = to.atNs - from.atNs - waited;
+    if (from.atNs > 0 && length > m_longestNs) {
+        m_longestNs = length;
+        m_waitedNs = waited;
+    }
 }

@@ -21,20 +21,16 @@ struct ThreadTimes
     }
 };
 
-/// Reads the times of one thread, of this process unless said otherwise; from any thread.
+/// Reads the times of one thread, from any thread.
 class ThreadClock
 {
 public:
-    explicit ThreadClock(int threadId);
-    /// Of the file in which the kernel keeps the times.
-    explicit ThreadClock(const QByteArray &path);
+    /// Of a process, or of the task of one, as they are named below /proc.
+    explicit ThreadClock(const QByteArray &process);
     ~ThreadClock();
     Q_DISABLE_COPY_MOVE(ThreadClock)
 
     ThreadTimes read() const;
-
-    /// The id of the calling thread.
-    static int current();
 
 private:
     int m_file = -1;
@@ -49,8 +45,8 @@ private:
 class ThreadGroup
 {
 public:
-    /// Watches the thread and the process's drawing threads as they are now.
-    explicit ThreadGroup(int threadId);
+    /// Watches the calling thread and the process's drawing threads as they are now.
+    ThreadGroup();
 
     struct Moment
     {
@@ -70,4 +66,19 @@ private:
     ThreadClock m_server;
     std::unique_ptr<ThreadClock> m_render;
     std::vector<std::unique_ptr<ThreadClock>> m_rasteriser;
+};
+
+/// The longest of some spans of time, less what went by for want of a processor.
+class LongestSpan
+{
+public:
+    void add(const ThreadGroup::Moment &from, const ThreadGroup::Moment &to);
+
+    double ms() const { return static_cast<double>(m_longestNs) / 1e6; }
+    /// How much more it was for want of a processor.
+    double waitedMs() const { return static_cast<double>(m_waitedNs) / 1e6; }
+
+private:
+    qint64 m_longestNs = 0;
+    qint64 m_waitedNs = 0;
 };
