@@ -42,8 +42,8 @@ private slots:
             "want main > idle | camera both > loading, url sub | sub S > load 0 S"
             " | frame 0 > front 0, playing, url main");
         row("a camera with one stream",
-            "want main > idle | camera main > loading, url main | main M > load 0 M | frame 0 > front 0, "
-            "playing");
+            "want main > idle | camera main > loading, url main | main M > load 0 M"
+            " | frame 0 > front 0, playing");
         row("switches behind the picture",
             playing
                 + " | want main > url main | want sub > | want main > | main M > load 1 M"
@@ -69,9 +69,8 @@ private slots:
                 + " | suspend > stop 0, stop 1, idle | sub S2 > | want sub > | resume > loading, load 0 S2");
         row("other cameras",
             playing
-                + " | camera both > | camera main > stop 0, loading, url main | other > url main | none > "
-                  "idle"
-                  " | main M >");
+                + " | camera both > | camera main > stop 0, loading, url main | other > url main"
+                  " | none > idle | main M >");
     }
 
     void conversations()
