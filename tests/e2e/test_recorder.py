@@ -165,6 +165,24 @@ class RecorderTest(unittest.TestCase):
             places = [heard.index(b'"%s"' % status) for status in (b"open", b"acked", b"resolved")]
             self.assertEqual(places, sorted(places))
 
+    def test_segments_tile_what_is_recorded(self):
+        self.sign_in("setup")
+        for camera in ("cam-002", "cam-003", "cam-004"):
+            path, begin = f"/client-api/cameras/{camera}", instant(time.time() - 30 * HOUR)
+            segments = self.get(f"{path}/segments?from={begin}&limit=500")
+            self.assertEqual(len({each["id"] for each in segments}), len(segments))
+            spans = []
+            for each in segments:
+                if spans and spans[-1]["end"] == each["start_time"]:
+                    spans[-1]["end"] = each["end_time"]
+                else:
+                    spans.append({"start": each["start_time"], "end": each["end_time"]})
+            self.assertGreater(len(spans), 2)
+            # The first one may have begun earlier.
+            self.assertEqual(self.get(f"{path}/timeline?from={begin}&to={spans[-1]['end']}")[1:], spans[1:])
+            for one, next in list(zip(segments, segments[1:]))[::49]:
+                self.assertEqual(self.get(f"{path}/segments?from={one['end_time']}&limit=1"), [next])
+
     def test_byte_ranges(self):
         self.sign_in("setup")
         segment = self.get(f"/client-api/cameras/cam-001/segments?limit=1&from={instant(time.time() - HOUR)}")[0]
