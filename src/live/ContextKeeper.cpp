@@ -11,6 +11,7 @@
 #include <mpv/render_gl.h>
 
 #include <algorithm>
+#include <utility>
 
 using namespace std::chrono_literals;
 using Clock = std::chrono::steady_clock;
@@ -50,6 +51,12 @@ ContextKeeper::Work::~Work()
     m_keeper.m_spent += Clock::now() - m_start;
 }
 
+void ContextKeeper::beginFrame()
+{
+    m_spent = {};
+    softwareFrames();
+}
+
 bool ContextKeeper::mayWork() const
 {
     return m_spent < frameBudget;
@@ -57,9 +64,9 @@ bool ContextKeeper::mayWork() const
 
 SoftwareFrames *ContextKeeper::softwareFrames()
 {
-    if (!m_drawsInSoftware)
+    if (!std::exchange(m_knowsHowToDraw, true))
         m_drawsInSoftware = SoftwareFrames::areWanted();
-    return *m_drawsInSoftware ? &m_softwareFrames : nullptr;
+    return m_drawsInSoftware ? &m_softwareFrames : nullptr;
 }
 
 void ContextKeeper::adopt(const MpvHandle *mpv, mpv_render_context *context)

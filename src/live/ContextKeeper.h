@@ -4,10 +4,10 @@
 
 #include <QtGlobal>
 
+#include <atomic>
 #include <chrono>
 #include <memory>
 #include <mutex>
-#include <optional>
 #include <unordered_map>
 #include <vector>
 
@@ -47,12 +47,14 @@ public:
         ContextKeeper &m_keeper;
         std::chrono::steady_clock::time_point m_start;
     };
-    void beginFrame() { m_spent = {}; }
+    void beginFrame();
     // Whether the frame has time left for more costly work. The first piece of a frame always may.
     bool mayWork() const;
 
     // What draws the frames of this window's players where OpenGL is computed in software; null elsewhere.
     SoftwareFrames *softwareFrames();
+    // Whether that is known to be so; for any thread.
+    bool drawsInSoftware() const { return m_drawsInSoftware; }
 
     // A renderer announces the context it draws with.
     void adopt(const MpvHandle *mpv, mpv_render_context *context);
@@ -84,7 +86,8 @@ private:
     static void release(Grave &grave);
 
     std::chrono::steady_clock::duration m_spent = {};
-    std::optional<bool> m_drawsInSoftware;
+    bool m_knowsHowToDraw = false;
+    std::atomic_bool m_drawsInSoftware = false;
     SoftwareFrames m_softwareFrames;
     std::unordered_map<const MpvHandle *, mpv_render_context *> m_contexts;
     mutable std::mutex m_mutex;

@@ -2,59 +2,15 @@
 
 #include "live/MpvObject.h"
 #include "live/MpvWorkers.h"
+#include "live/PlayerMaker.h"
 
 #include <mpv/client.h>
+#include <mpv/render.h>
 
 #include <QByteArray>
 
 #include <chrono>
-#include <cstdio>
 #include <vector>
-
-namespace {
-
-struct Option
-{
-    const char *name;
-    const char *value;
-};
-
-constexpr Option baseOptions[] = {
-    {"vo", "libmpv"},
-    {"hwdec", "auto-safe"},
-    {"hwdec-software-fallback", "yes"},
-    {"profile", "low-latency"},
-    {"cache", "no"},
-    {"untimed", "yes"},
-    {"demuxer-lavf-o", "rtsp_transport=tcp"},
-    {"demuxer-max-bytes", "500KiB"},
-    {"demuxer-readahead-secs", "0.5"},
-    {"ao", "null"},
-    {"osd-level", "0"},
-    {"msg-level", "all=warn"},
-    {"ytdl", "no"},
-};
-
-// The built-in scripts draw overlays and a console that nobody sees here. Without them a player is made in
-// 3.5 ms of CPU time instead of 18, with one thread instead of three and 4 MB less.
-constexpr Option leanOptions[] = {
-    {"load-stats-overlay", "no"},
-    {"load-osd-console", "no"},
-    {"load-auto-profiles", "no"},
-};
-
-// How frames are converted where that is done in memory: about as a graphics processor would, in a third of
-// the time of the default.
-constexpr Option conversionOptions[] = {
-    {"sws-allow-zimg", "no"},
-    {"sws-fast", "yes"},
-    {"sws-scaler", "fast-bilinear"},
-};
-
-// A file that begins at an offset begins, as seeks do, at the key frame before it.
-constexpr Option startAtKeyFrames = {"hr-seek", "no"};
-
-} // namespace
 
 qint64 monotonicMs()
 {
@@ -69,50 +25,45 @@ MpvHandle::MpvHandle(MpvObject *item)
 
 MpvHandle::~MpvHandle()
 {
-    if (mpv_handle *player = handle) {
-        mpv_set_wakeup_callback(player, nullptr, nullptr);
-        MpvWorkers::tearDown(player);
-    }
+    mpv_handle *player = handle;
+    if (!player)
+        return;
+    mpv_set_wakeup_callback(player, nullptr, nullptr);
+    if (mpv_render_context *context = newContext)
+        mpv_render_context_set_update_callback(context, nullptr, nullptr);
+    MpvWorkers::tearDown({player, newContext});
 }
 
-void MpvHandle::requestPlayer(bool stretch)
+void MpvHandle::requestPlayer(bool stretch, bool withContext)
 {
     if (std::exchange(m_requested, true))
         return;
-    MpvWorkers::make([self = shared_from_this(), stretch] {
-        if (!self->retired)
-            self->makePlayer(stretch);
+    PlayerMaker::keepSpare(withContext);
+    if (const auto spare = PlayerMaker::takeSpare(withContext)) {
+        take(*spare);
+        return;
+    }
+    MpvWorkers::make([self = shared_from_this(), stretch, withContext] {
+        if (self->retired)
+            return;
+        if (const auto made = PlayerMaker::make(stretch, withContext))
+            self->take(*made);
+        else
+            self->post(&MpvObject::playerFailed);
     });
 }
 
-void MpvHandle::makePlayer(bool stretch)
+void MpvHandle::take(const NewPlayer &player)
 {
-    mpv_handle *player = mpv_create();
-    if (!player) {
-        post(&MpvObject::playerFailed);
-        return;
+    if (player.context) {
+        mpv_render_context_set_update_callback(player.context, frameArrived, this);
+        newContext = player.context;
+        ++contextSerial;
+        renderReady = true;
     }
-    for (const Option &option : baseOptions)
-        mpv_set_option_string(player, option.name, option.value);
-    mpv_set_option_string(player, "keepaspect", stretch ? "no" : "yes");
-    for (const Option &option : leanOptions)
-        mpv_set_option_string(player, option.name, option.value);
-    for (const Option &option : conversionOptions)
-        mpv_set_option_string(player, option.name, option.value);
-    mpv_set_option_string(player, startAtKeyFrames.name, startAtKeyFrames.value);
-
-    mpv_request_log_messages(player, "warn");
-    mpv_set_wakeup_callback(player, wakeup, this);
-    if (mpv_initialize(player) < 0) {
-        std::fputs("[MpvObject] FATAL: mpv_initialize failed\n", stderr);
-        mpv_set_wakeup_callback(player, nullptr, nullptr);
-        mpv_terminate_destroy(player);
-        post(&MpvObject::playerFailed);
-        return;
-    }
-    mpv_observe_property(player, Duration, "duration", MPV_FORMAT_DOUBLE);
-    mpv_observe_property(player, HwdecCurrent, "hwdec-current", MPV_FORMAT_STRING);
-    handle = player;
+    mpv_set_wakeup_callback(player.handle, wakeup, this);
+    // Last: whoever sees the player sees its context.
+    handle = player.handle;
     post(&MpvObject::playerReady);
 }
 

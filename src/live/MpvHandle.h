@@ -9,13 +9,15 @@
 
 struct mpv_event;
 struct mpv_handle;
+struct mpv_render_context;
+struct NewPlayer;
 class MpvObject;
 class QByteArray;
 
 // One libmpv player, shared between a video item, its renderer and, for a while, what is left of them.
 // Whoever lets go last tears the player down, on a worker thread.
 //
-// The player is made on a worker thread by requestPlayer(). Nothing here waits for it: commands and property
+// The player is made on a worker thread after requestPlayer(). Nothing here waits for it: commands and property
 // writes are asynchronous, and are dropped while there is no player.
 class MpvHandle : public std::enable_shared_from_this<MpvHandle>
 {
@@ -39,9 +41,9 @@ public:
     ~MpvHandle();
     Q_DISABLE_COPY_MOVE(MpvHandle)
 
-    // Has the player made; the owner hears of it through its playerReady() or playerFailed(). Only the first
-    // call counts.
-    void requestPlayer(bool stretch);
+    // Has the player made, or takes the one that is kept ready; the owner hears of it through its playerReady()
+    // or playerFailed(). Only the first call counts. `withContext`: with a render context for frames in memory.
+    void requestPlayer(bool stretch, bool withContext);
 
     void command(std::initializer_list<const char *> arguments, quint64 replyId = 0) const;
     // Options are "name=value" pairs with commas between them, for this file alone.
@@ -80,6 +82,8 @@ public:
     void noteFrameTaken();
 
     std::atomic<mpv_handle *> handle = nullptr;
+    // The render context that came with the player, until a renderer takes it.
+    std::atomic<mpv_render_context *> newContext = nullptr;
 
     // True while a renderer owns the one render context that the player allows, or that context waits to be
     // freed.
@@ -119,7 +123,7 @@ public:
 
 private:
     static void wakeup(void *self);
-    void makePlayer(bool stretch);
+    void take(const NewPlayer &player);
 
     bool m_requested = false;
     bool m_countsFrames = false;

@@ -1,6 +1,7 @@
 #include "live/MpvObject.h"
 
 #include "app/Logging.h"
+#include "live/ContextKeeper.h"
 #include "live/MpvHandle.h"
 #include "live/MpvRenderer.h"
 #include "live/MpvWorkers.h"
@@ -132,9 +133,16 @@ void MpvObject::prepare()
     if (m_failed || m_preparing || m_mpv->renderReady)
         return;
     m_preparing = true;
-    m_mpv->requestPlayer(m_stretch);
-    if (m_mpv->handle)
+    requestPlayer();
+    if (m_mpv->renderReady && m_gatherer)
+        m_gatherer->expectStream();
+    else if (m_mpv->handle)
         requestRedraw();
+}
+
+void MpvObject::requestPlayer()
+{
+    m_mpv->requestPlayer(m_stretch, m_gatherer && m_gatherer->keeper()->drawsInSoftware());
 }
 
 void MpvObject::play()
@@ -147,7 +155,7 @@ void MpvObject::play()
     if (m_mpv->handle)
         load();
     else
-        m_mpv->requestPlayer(m_stretch);
+        requestPlayer();
     emit stateChanged();
     if (hadVideo)
         emit hasVideoChanged();

@@ -157,6 +157,7 @@ private:
 
     void setSourceAt(const QString &source, double seekSec);
     void applyProfile(bool isNetwork);
+    void requestPlayer();
     void load();
     // What is set for the file to be loaded alone: its start; and, when the last file before stop() was found
     // to have no hardware decoder, not to look for one for a minute. Looking takes a connection to the

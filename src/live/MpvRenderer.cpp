@@ -124,6 +124,13 @@ void MpvRenderer::retryLater()
 
 void MpvRenderer::createContext()
 {
+    if (mpv_render_context *made = m_mpv->newContext.exchange(nullptr)) {
+        m_context = made;
+        m_keeper->adopt(m_mpv.get(), m_context);
+        m_mpv->renderReady = true;
+        m_mpv->post(&MpvObject::renderContextReady);
+        return;
+    }
     const ContextKeeper::Work work(*m_keeper);
     char openGl[] = MPV_RENDER_API_TYPE_OPENGL;
     mpv_opengl_init_params glParams = {glFunction, nullptr};

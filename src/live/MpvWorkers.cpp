@@ -1,6 +1,7 @@
 #include "live/MpvWorkers.h"
 
 #include "app/HeapPolicy.h"
+#include "live/PlayerMaker.h"
 
 #include <QCoreApplication>
 #include <QDeadlineTimer>
@@ -8,6 +9,7 @@
 #include <QTimer>
 
 #include <mpv/client.h>
+#include <mpv/render.h>
 
 #include <atomic>
 #include <utility>
@@ -35,7 +37,10 @@ Pools &pools()
         made->makers.setMaxThreadCount(makerThreads);
         made->reapers.setMaxThreadCount(reaperThreads);
         made->reapers.setExpiryTimeout(5000);
-        qAddPostRoutine([] { MpvWorkers::waitForDone(exitGraceMs); });
+        qAddPostRoutine([] {
+            PlayerMaker::discardSpare();
+            MpvWorkers::waitForDone(exitGraceMs);
+        });
         return made;
     }();
     return *instance;
@@ -48,11 +53,13 @@ void MpvWorkers::make(std::function<void()> job)
     pools().makers.start(std::move(job));
 }
 
-void MpvWorkers::tearDown(mpv_handle *player)
+void MpvWorkers::tearDown(const NewPlayer &player)
 {
     ++pools().doomed;
     pools().reapers.start([player] {
-        mpv_terminate_destroy(player);
+        if (player.context)
+            mpv_render_context_free(player.context);
+        mpv_terminate_destroy(player.handle);
         if (--pools().doomed == 0)
             returnFreeMemory();
     });

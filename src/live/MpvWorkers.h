@@ -2,7 +2,7 @@
 
 #include <functional>
 
-struct mpv_handle;
+struct NewPlayer;
 
 // The worker threads on which libmpv players are made (a few milliseconds each) and torn down (up to seconds
 // while a camera hangs). After the last of several, and a while after streams ended, their memory goes back
@@ -11,7 +11,7 @@ struct mpv_handle;
 namespace MpvWorkers {
 
 void make(std::function<void()> job);
-void tearDown(mpv_handle *player);
+void tearDown(const NewPlayer &player);
 
 // A player that lives on has ended a stream. To be called on the GUI thread.
 void noteStreamEnded();

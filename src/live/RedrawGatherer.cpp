@@ -133,6 +133,13 @@ void RedrawGatherer::expectFrame(MpvObject *item)
     takeFrames({item});
 }
 
+void RedrawGatherer::expectStream()
+{
+    const auto plays = [](const MpvObject *item) { return item->state() != QLatin1String("idle"); };
+    if (std::none_of(m_items.keyBegin(), m_items.keyEnd(), plays))
+        m_holdTimer.start();
+}
+
 void RedrawGatherer::releaseRedraw()
 {
     m_holdTimer.stop();
