@@ -135,8 +135,9 @@ void RedrawGatherer::expectFrame(MpvObject *item)
 
 void RedrawGatherer::expectStream()
 {
-    const auto plays = [](const MpvObject *item) { return item->state() != QLatin1String("idle"); };
-    if (std::none_of(m_items.keyBegin(), m_items.keyEnd(), plays))
+    const auto isSeen
+        = [](const MpvObject *item) { return item->isVisible() && item->state() != QLatin1String("idle"); };
+    if (std::none_of(m_items.keyBegin(), m_items.keyEnd(), isSeen))
         m_holdTimer.start();
 }
 
