@@ -34,6 +34,9 @@ class LiveGrid:
     def assign(self, slot, camera):
         self._call("assignSlotExclusive", slot, camera)
 
+    def clear(self, slot):
+        self._call("clearSlot", slot)
+
     def _call(self, method, *arguments):
         self.probe.ask("invoke", selector={"type": "VideoGrid"}, call=method, args=list(arguments))
 
