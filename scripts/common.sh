@@ -8,7 +8,7 @@ export HOME
 # What the client and the demo recorder build with and run on.
 build_packages=(
     cmake ninja-build ccache g++ lld git pkg-config
-    qt6-base-dev qt6-declarative-dev qt6-declarative-dev-tools qt6-websockets-dev qt6-httpserver-dev
+    qt6-base-dev qt6-declarative-dev qt6-declarative-dev-tools qt6-websockets-dev
     libgl-dev libmpv-dev libx264-dev
     libgstrtspserver-1.0-dev libgstreamer-plugins-base1.0-dev
     gstreamer1.0-plugins-base gstreamer1.0-plugins-good gstreamer1.0-plugins-bad

@@ -12,6 +12,8 @@ StyledDialog {
     signal confirmed()
 
     title: Translations.adminConfirmDelete
+    // Whoever confirmed the last time must not delete the next one with the same key.
+    onAboutToShow: cancelButton.focus = true
 
     contentItem: StyledText {
         text: root.label
@@ -19,6 +21,8 @@ StyledDialog {
     }
     footer: DialogButtons {
         ActionButton {
+            id: cancelButton
+
             objectName: "cancelDeleteButton"
             focus: true
             text: Translations.cancel
