@@ -1,5 +1,6 @@
 import QtQuick
 import QtCore
+import QtQuick.Controls
 import QtQuick.Dialogs
 import ZorvelClient
 
@@ -32,6 +33,14 @@ Item {
             _start()
     }
 
+    // Where the platform has no dialog, Qt's own writes the path on white whatever the palette says.
+    function _darkenPath(item: var) {
+        if (item.buttonDelegate !== undefined)
+            item.palette.windowText = Theme.background
+        for (let i = 0; i < item.children.length; ++i)
+            _darkenPath(item.children[i])
+    }
+
     function _start() {
         exportModel.exportDirect(_cameraId, _from, _to, _target)
     }
@@ -49,6 +58,10 @@ Item {
         currentFolder: {
             const movies = StandardPaths.locate(StandardPaths.MoviesLocation, "", StandardPaths.LocateDirectory)
             return String(movies) !== "" ? movies : StandardPaths.writableLocation(StandardPaths.HomeLocation)
+        }
+        onVisibleChanged: {
+            if (visible)
+                Qt.callLater(() => root._darkenPath(root.Overlay.overlay))
         }
         onAccepted: root._choose(selectedFile)
     }
