@@ -90,6 +90,7 @@ FocusScope {
     function seekBy(offsetMs: real) {
         if (playheadTime <= 0)
             return
+        clock.tick()
         if (gridMode)
             gridPlayheadTime = Math.min(gridPlayheadTime + offsetMs, Date.now())
         else
@@ -97,6 +98,7 @@ FocusScope {
     }
 
     function playFrom(timeMs: real) {
+        clock.tick()
         if (gridMode) {
             gridPlayheadTime = Math.min(timeMs, Date.now())
             gridPlaying = true
@@ -112,6 +114,7 @@ FocusScope {
 
     function setSpeed(value: real) {
         speedIndex = Math.max(0, speedSteps.indexOf(value))
+        clock.tick()
         if (gridMode)
             gridSpeed = value
         else
@@ -201,6 +204,8 @@ FocusScope {
         name: "zorvel.playback"
     }
     GridClock {
+        id: clock
+
         objectName: "gridClock"
         page: root
     }

@@ -15,6 +15,7 @@ constexpr qint64 driftMs = 2000;
 constexpr int firstLimit = 1;
 constexpr int prefetchDistance = 8;
 constexpr double seekThreshold = 0.1;
+constexpr double longestLead = 0.5;
 constexpr double longestPosition = 1e9;
 
 double secondsBetween(qint64 fromMs, qint64 toMs)
@@ -35,6 +36,12 @@ ArchivePlayer::ArchivePlayer(QObject *parent)
 bool ArchivePlayer::playing() const
 {
     return m_state == ArchivePlayerTerms::playing;
+}
+
+bool ArchivePlayer::isFileOpen() const
+{
+    return m_player && m_player->state() != idle && !m_awaitingFirstFrame && m_state != ended
+        && m_state != failed;
 }
 
 void ArchivePlayer::setSpeed(double rate)
@@ -128,8 +135,7 @@ void ArchivePlayer::seek(qint64 timestampMs)
     if (m_cameraId.isEmpty())
         return;
     setCurrentTime(timestampMs);
-    const bool fileOpen = !m_awaitingFirstFrame && m_state != ended && m_state != failed;
-    if (m_player && fileOpen && m_currentIndex >= 0 && m_segments.at(m_currentIndex).covers(timestampMs)) {
+    if (isFileOpen() && m_currentIndex >= 0 && m_segments.at(m_currentIndex).covers(timestampMs)) {
         const double offset = secondsBetween(m_segments.at(m_currentIndex).startMs, timestampMs);
         logDebug(QStringLiteral("seek ts=%1 within current segment (%2s)")
                      .arg(Instants::logText(timestampMs))
@@ -143,6 +149,7 @@ void ArchivePlayer::seek(qint64 timestampMs)
                     .arg(Instants::logText(timestampMs))
                     .arg(index));
         m_pendingSeekMs = timestampMs;
+        m_pendingIndex = -1;
         playSegment(index, true);
         return;
     }
@@ -157,7 +164,10 @@ void ArchivePlayer::showAt(qint64 timestampMs)
     if (!isCovered(timestampMs)) {
         setCurrentTime(timestampMs);
         if (m_state != noFootage) {
+            m_fetchingFirst = false;
             m_currentIndex = -1;
+            m_pendingIndex = -1;
+            m_pendingSeekMs = -1;
             if (m_player)
                 m_player->setPaused(true);
             setState(noFootage);
@@ -179,6 +189,11 @@ void ArchivePlayer::showAt(qint64 timestampMs)
             startFrom(m_cameraId, timestampMs);
         return;
     }
+    // A player is ahead of the clock when its file ends; the rest of the file is not played again.
+    const bool over = m_state == noFootage || m_state == ended;
+    if (over && !m_jumped && index == m_currentIndex
+        && secondsBetween(timestampMs, m_segments.at(index).endMs) < longestLead * m_speed)
+        return;
     m_jumped = false;
     setCurrentTime(timestampMs);
     if (showing && index == m_currentIndex && m_player) {
@@ -322,16 +337,21 @@ void ArchivePlayer::onFileEnded()
     const int index = m_currentIndex;
     if (!m_segments.holds(index))
         return;
-    if (index + 1 == m_segments.size()) {
-        m_pendingIndex = index + 1;
-        if (m_fetchingMore)
-            return;
-        const bool fetching = fetchMore();
-        if (!fetching)
-            m_pendingIndex = -1;
-        setState(fetching ? loading : ended);
+    if (index + 1 < m_segments.size()) {
+        playAfter(index);
         return;
     }
+    m_pendingIndex = index + 1;
+    if (m_fetchingMore)
+        return;
+    const bool fetching = fetchMore();
+    if (!fetching)
+        m_pendingIndex = -1;
+    setState(fetching ? loading : ended);
+}
+
+void ArchivePlayer::playAfter(int index)
+{
     const qint64 gap = m_segments.at(index + 1).startMs - m_segments.at(index).endMs;
     if (gap <= gapMs) {
         logDebug(QStringLiteral("segment ended idx=%1 → next idx=%2").arg(index).arg(index + 1));

@@ -81,6 +81,7 @@ signals:
     void speedChanged();
 
 private:
+    bool isFileOpen() const;
     void onFirstFrame();
     void onItemStateChanged();
     void loadAgain();
@@ -89,6 +90,7 @@ private:
     void append(const QList<SegmentData> &segments);
     void playPending();
     void playFromTarget();
+    void playAfter(int index);
     void playSegment(int index, bool showLoading);
     bool fetchMore();
     void followClock();

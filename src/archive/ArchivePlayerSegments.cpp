@@ -67,7 +67,7 @@ void ArchivePlayer::playPending()
         setState(ended);
         return;
     }
-    playSegment(index, false);
+    playAfter(index - 1);
 }
 
 void ArchivePlayer::playFromTarget()

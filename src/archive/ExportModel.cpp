@@ -2,7 +2,6 @@
 
 #include "net/ApiClient.h"
 
-#include <QFile>
 #include <QFileInfo>
 #include <QFuture>
 #include <QNetworkReply>
@@ -256,9 +255,7 @@ void ExportModel::commit()
 void ExportModel::committed(bool saved)
 {
     m_committing = false;
-    if (m_cancelled) {
-        if (saved)
-            QFile::remove(m_path);
+    if (m_cancelled && !saved) {
         cleanUpCancelled();
         return;
     }

@@ -109,10 +109,12 @@ void TimelineModel::clear()
     m_requestedFrom = m_requestedTo = 0;
     m_requestId.clear();
     m_refreshing = false;
+    const bool wasLoading = std::exchange(m_loading, false);
     emit cameraIdChanged();
     emit spansChanged();
     emit rangeChanged();
-    setLoading(false);
+    if (wasLoading)
+        emit loadingChanged();
 }
 
 QVariantList TimelineModel::coverageFor(const QString &cameraId) const
@@ -138,7 +140,7 @@ void TimelineModel::onRecordingRangeReceived(const QString &cameraId, const Reco
         setLoading(false);
     } else if (!refreshed) {
         request(std::max(m_earliest, m_latest - firstRangeMs), m_latest);
-    } else if (m_latest > knownLatest && m_loadedTo >= knownLatest) {
+    } else if (!m_loading && m_latest > knownLatest && m_loadedTo >= knownLatest) {
         request(m_loadedFrom, std::max(m_loadedTo, m_latest));
     }
 }
