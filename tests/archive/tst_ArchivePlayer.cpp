@@ -131,6 +131,10 @@ private slots:
         row("clock jumps far while the server fails", "0-10 90-99",
             "sync, start 0, fail, page, at 91, heal, tick 91, frame, at 95, at 96",
             "playing 2+1.0 @95 asks 3");
+        row("clock comes to the rest before a gap", "0-10 60-70", "sync, start 8.5, page, end, at 9.8",
+            "no_footage 1+8.5 @8.5 asks 2 still");
+        row("clock goes back from a gap", "0-10 60-70", "sync, start 8.5, page, end, at 9.8, at 7",
+            "loading 1+7.0 @7 asks 2");
         row("clock where nothing is", "", "sync, start 0, at 5, at 50, rest", "no_footage 0 @0 asks 1");
         row("clock where something may be now", "", "sync, start 0, at 5, forget, at 60",
             "no_footage 0 @60 asks 2");
@@ -189,10 +193,30 @@ private slots:
         endFile();
         QCOMPARE(playedId(), 1);
         m_instead = {};
-        const QDateTime from = QDateTime::fromMSecsSinceEpoch(base + 10'000);
-        emit m_client->segmentsReceived(camera, {{2, "n1", from, from.addSecs(10), 1}}, "1");
+        answerLate(2, 10'000);
         QCOMPARE(playedId(), 2);
         QCOMPARE(m_player->state(), "playing");
+
+        m_player->setSynchronized(true);
+        m_instead.held = true;
+        move();
+        endFile();
+        answerLate(3, 60'000);
+        QCOMPARE(playedId(), 2);
+        QCOMPARE(m_player->state(), "no_footage");
+    }
+
+    void seeksWhileThePageIsLate()
+    {
+        start(0);
+        m_instead.held = true;
+        m_item->stop();
+        endFile();
+        m_log->taken();
+        m_player->seek(base + 3000);
+        QCOMPARE(m_log->taken().filter("seek=3.0s").size(), 1);
+        answerLate(2, 10'000);
+        QCOMPARE(playedId(), 1);
     }
 
     void dropsLateAnswers()
@@ -306,6 +330,13 @@ private slots:
     }
 
 private:
+    // The answer to what was asked for first, a segment of ten seconds.
+    void answerLate(qint64 id, qint64 startMs)
+    {
+        const QDateTime from = QDateTime::fromMSecsSinceEpoch(base + startMs);
+        emit m_client->segmentsReceived(camera, {{id, "n1", from, from.addSecs(10), 1}}, "1");
+    }
+
     void perform(const QString &verb, const QString &argument, qint64 at)
     {
         const QHash<QString, std::function<void()>> verbs{

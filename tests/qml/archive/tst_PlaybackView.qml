@@ -99,6 +99,18 @@ PageTestCase {
         verify(third.x > first.x && third.y === first.y)
     }
 
+    function test_what_ran_before_a_jump_is_not_added_to_what_follows() {
+        playGrid("cam1", "cam2")
+        const start = page.gridPlayheadTime
+        tryVerify(() => page.gridPlayheadTime !== start)
+        wait(150)
+        page.setSpeed(4)
+        page.playFrom(start)
+        const jumped = Date.now()
+        tryVerify(() => page.gridPlayheadTime > start)
+        verify(page.gridPlayheadTime - start <= (Date.now() - jumped + 20) * 4)
+    }
+
     function test_cell_messages_and_pausing() {
         playGrid("cam1", "cam2")
         const player = findChild(cell("cam1"), "cellPlayer")
