@@ -5,8 +5,9 @@
 
 namespace {
 
-constexpr qint64 toleratedMs = 40;
-constexpr double catchUpMs = 600;
+// In real time, not that of the footage: how late a correction takes effect does not depend on the rate.
+constexpr double toleratedMs = 20;
+constexpr double catchUpMs = 400;
 constexpr double slowest = 0.5;
 constexpr double fastest = 3.0;
 constexpr double highestRate = 8.0;
@@ -14,7 +15,7 @@ constexpr double step = 0.05;
 constexpr qint64 silenceMs = 1000;
 constexpr double lastStretchMs = 2000;
 constexpr double openingMs = 30;
-constexpr double drawingMs = 45;
+constexpr double halfFrameMs = 30;
 
 } // namespace
 
@@ -34,16 +35,17 @@ double ClockFollower::rateFor(qint64 shownMs, qint64 endMs, double rate) const
     if (!m_heard.isValid() || m_heard.hasExpired(silenceMs))
         return rate;
     const bool endsSoon = static_cast<double>(endMs - shownMs) < lastStretchMs * rate;
-    const double leadMs = drawingMs + (endsSoon ? openingMs : 0);
+    const double leadMs = halfFrameMs + (endsSoon ? openingMs : 0);
     const double aimedMs = (static_cast<double>(m_heard.elapsed()) + leadMs) * rate;
     return rateWhenBehind(m_clockMs + static_cast<qint64>(aimedMs) - shownMs, rate);
 }
 
 double ClockFollower::rateWhenBehind(qint64 behindMs, double rate)
 {
-    if (std::abs(behindMs) <= toleratedMs)
+    const double lateMs = static_cast<double>(behindMs) / rate;
+    if (std::abs(lateMs) <= toleratedMs)
         return rate;
     const double limit = std::clamp(highestRate / rate, 1.0, fastest);
-    const double factor = std::clamp(1 + static_cast<double>(behindMs) / catchUpMs, slowest, limit);
+    const double factor = std::clamp(1 + lateMs / catchUpMs, slowest, limit);
     return rate * std::round(factor / step) * step;
 }

@@ -36,6 +36,8 @@ private slots:
         constexpr qint64 end = 100'000;
         QCOMPARE(follower.rateFor(0, end, 2.0), 2.0);
         QCOMPARE(ClockFollower::rateWhenBehind(-40, 2.0), 2.0);
+        QCOMPARE(ClockFollower::rateWhenBehind(70, 4.0), 4.0);
+        QVERIFY(ClockFollower::rateWhenBehind(-70, 2.0) < 2.0);
         QVERIFY(ClockFollower::rateWhenBehind(50'000, 4.0) <= 8.0);
         follower.setClock(5000);
         QVERIFY(follower.rateFor(0, end, 2.0) > 2.0);
