@@ -18,9 +18,10 @@ public:
     /// Forgets the clock: rateFor() returns the plain rate until setClock() is called again.
     void reset();
     /// The rate at which a player should play whose position is `shownMs` right now in a file that ends at
-    /// `endMs`, given the clock's own rate. It is held a little ahead of the clock, because drawing its frame
-    /// takes a moment, and more so towards the end of the file, because opening the next one does. Comes in
-    /// steps, so that it changes seldom. The plain rate while the clock has not been heard of for a second.
+    /// `endMs`, given the clock's own rate. It is held a little ahead of the clock, because its frame stays
+    /// on the screen for a moment, and more so towards the end of the file, because opening the next one
+    /// takes one. Comes in steps, so that it changes seldom. The plain rate while the clock has not been
+    /// heard of for a second.
     double rateFor(qint64 shownMs, qint64 endMs, double rate) const;
 
     /// The rate for a player that is behind by so much, negative when ahead.

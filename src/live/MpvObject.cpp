@@ -15,6 +15,8 @@ namespace {
 
 constexpr int rateLogIntervalMs = 10000;
 constexpr int hardwareLookMs = 60000;
+// A picture that was not drawn after this long is not waited for.
+constexpr int positionPatienceMs = 500;
 
 bool isNetworkUrl(const QString &url)
 {
@@ -35,6 +37,9 @@ MpvObject::MpvObject(QQuickItem *parent)
 {
     connect(this, &MpvObject::onUpdate, this, &MpvObject::doUpdate, Qt::QueuedConnection);
     connect(this, &QQuickItem::windowChanged, this, &MpvObject::changeWindow);
+    m_positionTimer.setSingleShot(true);
+    m_positionTimer.setInterval(positionPatienceMs);
+    connect(&m_positionTimer, &QTimer::timeout, this, [this] { showPosition(m_playerPosition); });
     // The framebuffer object is as large as the item on the screen: there is nothing to smooth, and without
     // it a software rasteriser spends a sixth less on the whole picture.
     setSmooth(false);
@@ -223,6 +228,7 @@ void MpvObject::stop()
         MpvWorkers::noteStreamEnded();
     beginLoad(QStringLiteral("idle"));
     m_source.clear();
+    m_playerPosition = 0;
     m_position = 0;
     m_duration = 0;
     m_pendingSeek = -1.0;
@@ -255,13 +261,49 @@ void MpvObject::seekTo(double seconds)
 
 void MpvObject::seekPlayer(double seconds)
 {
+    forgetPosition();
     m_mpv->command({"seek", secondsText(seconds).constData(), "absolute+keyframes"});
 }
 
 void MpvObject::setSpeed(double rate)
 {
+    if (m_gatherer && m_speed > 0 && rate > 0)
+        m_gatherer->scaleRate(this, rate / m_speed);
     m_speed = rate;
     m_mpv->setProperty("speed", rate);
+}
+
+void MpvObject::notePosition(double seconds)
+{
+    m_playerPosition = seconds;
+    // The first one may come later than its frame.
+    const bool isEarly = !std::exchange(m_isSettled, m_hasBegun);
+    if (isEarly || !m_gatherer || m_gatherer->isAsleep() || !isVisible() || !window()->isExposed())
+        showPosition(seconds);
+    else if (!m_positionTimer.isActive())
+        m_positionTimer.start();
+}
+
+void MpvObject::showPosition(double seconds)
+{
+    if (seconds == m_playerPosition)
+        m_positionTimer.stop();
+    else
+        m_positionTimer.start();
+    if (seconds == m_position)
+        return;
+    m_position = seconds;
+    emit positionChanged();
+}
+
+void MpvObject::forgetPosition()
+{
+    m_positionTimer.stop();
+    m_playerPosition = m_position;
+    m_hasBegun = false;
+    m_isSettled = false;
+    if (m_gatherer)
+        m_gatherer->forgetDrawn(this);
 }
 
 void MpvObject::dropBuffers()
@@ -279,6 +321,8 @@ QSGNode *MpvObject::updatePaintNode(QSGNode *node, UpdatePaintNodeData *data)
     // A player that waits in the background for something to play needs no framebuffer.
     if (!node && !isVisible() && m_state == QLatin1String("idle") && !m_preparing)
         return nullptr;
+    if (m_gatherer && m_positionTimer.isActive())
+        m_gatherer->noteDrawn(this, m_playerPosition);
     return QQuickFramebufferObject::updatePaintNode(node, data);
 }
 
@@ -368,6 +412,7 @@ void MpvObject::forgetLoad()
     ++m_loadSerial;
     m_entry = -1;
     m_contextOfLoad = 0;
+    forgetPosition();
     m_mpv->awaitingFirstFrame = false;
     m_mpv->firstFramePending = false;
     m_mpv->firstFrameOverdue = false;

@@ -3,6 +3,7 @@
 #include <QElapsedTimer>
 #include <QPointer>
 #include <QQuickFramebufferObject>
+#include <QTimer>
 
 #include <memory>
 
@@ -47,7 +48,7 @@ public:
     // broke off).
     QString state() const { return m_state; }
 
-    // Seconds. The position is only reported for http(s) sources.
+    // Seconds. The position is only reported for http(s) sources, and is that of the frame on the screen.
     double position() const { return m_position; }
     double duration() const { return m_duration; }
 
@@ -164,6 +165,10 @@ private:
     // display or two.
     QByteArray fileOptions();
     void seekPlayer(double seconds);
+    // The player has come to a position: it counts once its frame is on the screen.
+    void notePosition(double seconds);
+    void showPosition(double seconds);
+    void forgetPosition();
     void beginLoad(const QString &state);
     void forgetLoad();
     // Loads what should be playing and is not.
@@ -181,6 +186,12 @@ private:
     QString m_source;
     QString m_state;
     double m_position = 0;
+    double m_playerPosition = 0;
+    // After a load or a seek positions count at once: until playback has begun, and one of them after that.
+    bool m_hasBegun = false;
+    bool m_isSettled = false;
+    // Runs while the latest position waits for its frame.
+    QTimer m_positionTimer;
     double m_duration = 0;
     // Where the next file to be opened begins, and where the latest one was told to.
     double m_pendingSeek = -1.0;

@@ -104,10 +104,8 @@ void MpvObject::handleProperty(const mpv_event &event)
 {
     if (event.reply_userdata == MpvHandle::TimePos) {
         const auto *position = valueOf<double>(event, MPV_FORMAT_DOUBLE);
-        if (position && *position != m_position) {
-            m_position = *position;
-            emit positionChanged();
-        }
+        if (position)
+            notePosition(*position);
     } else if (event.reply_userdata == MpvHandle::Duration) {
         const auto *duration = valueOf<double>(event, MPV_FORMAT_DOUBLE);
         if (duration && *duration != m_duration) {
@@ -191,6 +189,7 @@ void MpvObject::handleFileLoaded()
 
 void MpvObject::handlePlaybackRestart()
 {
+    m_hasBegun = true;
     if (!m_mpv->awaitingFirstFrame)
         return;
     if (m_isNetwork) {

@@ -83,7 +83,11 @@ RedrawGatherer::RedrawGatherer(QQuickWindow *window)
     connect(&m_holdTimer, &QTimer::timeout, this, &RedrawGatherer::releaseRedraw);
     window->installEventFilter(this);
 
-    connect(window, &QQuickWindow::frameSwapped, this, &RedrawGatherer::schedule, Qt::QueuedConnection);
+    const auto onShown = [this] {
+        tellShown();
+        schedule();
+    };
+    connect(window, &QQuickWindow::frameSwapped, this, onShown, Qt::QueuedConnection);
     const auto onRenderThread = Qt::DirectConnection;
     connect(
         window, &QQuickWindow::beforeSynchronizing, this, [this] { ++m_syncs; }, onRenderThread);
@@ -111,6 +115,7 @@ void RedrawGatherer::remove(MpvObject *item)
 {
     m_items.remove(item);
     m_pending.remove(item);
+    forgetDrawn(item);
 }
 
 void RedrawGatherer::request(MpvObject *item)
@@ -124,6 +129,15 @@ void RedrawGatherer::request(MpvObject *item)
     if (monotonicMs() - item->lastFrameTakenMs() < catchUpMs && m_busy > playersDrawnAtOnce)
         takeFrames({item});
     schedule();
+}
+
+void RedrawGatherer::scaleRate(MpvObject *item, double factor)
+{
+    const auto stream = m_items.find(item);
+    if (stream == m_items.end())
+        return;
+    stream->rate *= factor;
+    followRates();
 }
 
 void RedrawGatherer::expectFrame(MpvObject *item)
@@ -201,28 +215,53 @@ void RedrawGatherer::takeFrames(const QList<MpvObject *> &items)
         QQuickWindow::NoStage);
 }
 
+void RedrawGatherer::noteDrawn(MpvObject *item, double position)
+{
+    m_drawn.push_back({item, position, m_syncs});
+}
+
+void RedrawGatherer::forgetDrawn(const MpvObject *item)
+{
+    std::erase_if(m_drawn, [item](const Drawn &drawn) { return drawn.item == item; });
+}
+
+void RedrawGatherer::tellShown()
+{
+    // Whoever hears of it may have items forgotten.
+    while (!m_drawn.empty() && m_drawn.front().sync <= m_doneSync) {
+        const Drawn shown = m_drawn.front();
+        m_drawn.pop_front();
+        shown.item->showPosition(shown.position);
+    }
+}
+
 void RedrawGatherer::measureRates()
 {
     const double seconds = m_sinceRates.restart() / 1000.0;
-    double fastest = 0;
     for (auto it = m_items.begin(); it != m_items.end(); ++it) {
         Stream &stream = it.value();
         const quint64 delivered = it.key()->framesDelivered();
         const quint64 before = std::exchange(stream.delivered, delivered);
-        if (delivered <= before) {
-            stream.rate = 0;
+        // Of the next file too few are counted yet.
+        if (delivered < before)
             continue;
-        }
         const double rate = double(delivered - before) / seconds;
-        stream.rate = stream.rate > 0 ? std::lerp(stream.rate, rate, rateWeight) : rate;
-        fastest = std::max(fastest, stream.rate);
+        // A recording that is drawn too seldom delivers less than it could.
+        const bool leaps = it.key()->isNetwork() && rate > stream.rate;
+        const bool known = stream.rate > 0 && rate > 0;
+        stream.rate = known && !leaps ? std::lerp(stream.rate, rate, rateWeight) : rate;
     }
-    if (fastest == 0) {
+    if (!followRates())
         m_rateTimer.stop();
-        m_tickMs = firstTickMs;
-        return;
-    }
-    m_tickMs = std::clamp(int(1000 / fastest), shortestTickMs, longestTickMs);
+}
+
+bool RedrawGatherer::followRates()
+{
+    double fastest = 0;
+    for (const Stream &stream : std::as_const(m_items))
+        fastest = std::max(fastest, stream.rate);
+    m_tickMs = fastest > 0 ? std::clamp(int(1000 / fastest), shortestTickMs, longestTickMs) : firstTickMs;
+    return fastest > 0;
 }
 
 bool RedrawGatherer::eventFilter(QObject *watched, QEvent *event)

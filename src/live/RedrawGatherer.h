@@ -7,6 +7,7 @@
 #include <QTimer>
 
 #include <atomic>
+#include <deque>
 #include <memory>
 
 class ContextKeeper;
@@ -44,6 +45,14 @@ public:
     // The item has a new frame.
     void request(MpvObject *item);
 
+    // The item plays so many times faster than before.
+    void scaleRate(MpvObject *item, double factor);
+
+    // The redraw that is being synchronised draws the item's frame of that position; the item is told once it
+    // is on the screen, unless that does not count any more.
+    void noteDrawn(MpvObject *item, double position);
+    void forgetDrawn(const MpvObject *item);
+
     // An item opens a file and will soon have its first frame.
     void expectFrame(MpvObject *item);
 
@@ -70,11 +79,21 @@ private:
         double rate;
     };
 
+    struct Drawn
+    {
+        MpvObject *item;
+        double position;
+        quint64 sync;
+    };
+
     explicit RedrawGatherer(QQuickWindow *window);
 
     void schedule();
     void flush();
+    void tellShown();
     void measureRates();
+    // Sets the tick. Returns whether any stream is known to play.
+    bool followRates();
     void setAsleep(bool asleep);
     void releaseRedraw();
     void takeFrames(const QList<MpvObject *> &items);
@@ -86,6 +105,7 @@ private:
     QSet<MpvObject *> m_pending;
     // Whether one of them has shown nothing yet: it is drawn without waiting for the tick.
     bool m_firstFrameWaits = false;
+    std::deque<Drawn> m_drawn;
     QTimer m_flushTimer;
     QTimer m_rateTimer;
     QTimer m_tendTimer;
