@@ -40,7 +40,7 @@ class PlaybackTest(EndToEndTest):
         spans = self.recorder.call("GET", path, token=self.token)[1]
         return [(ms_of(before["end"]), ms_of(after["start"])) for before, after in zip(spans, spans[1:])]
 
-    def assert_agrees(self, what, speed=1, seconds=1.0):
+    def assert_agrees(self, what, seconds=1.0):
         """The picture shows the moment of the playhead, but for the odd sample on a busy machine."""
         region, samples = self.page.region(), []
         deadline = time.monotonic() + seconds
@@ -52,7 +52,7 @@ class PlaybackTest(EndToEndTest):
             if len(samples) < 20 or time.monotonic() < deadline:
                 return False
             recent = sorted(samples[-max(20, len(samples) // 2):])
-            return recent[len(recent) * 3 // 4] <= AGREEMENT_MS * max(1, speed)
+            return recent[len(recent) * 3 // 4] <= AGREEMENT_MS
         wait_until(agrees, seconds + 15, lambda: f"picture and playhead to agree {what}: {samples}", interval=0.03)
         print(f"{what}: {statistics.median(samples):.0f} ms apart, at most {max(samples)}", flush=True)
 
@@ -89,7 +89,7 @@ class PlaybackTest(EndToEndTest):
             self.assert_agrees(f"after a step of {step} ms")
         for speed in (4, 0.5, 1):
             page.choose_speed(speed)
-            self.assert_agrees(f"at speed {speed}", speed)
+            self.assert_agrees(f"at speed {speed}")
         hit = page.click_at(segment_start + 28_500)
         wait_until(lambda: page.playhead() > hit, 10, "the playhead after the click")
         self.assert_agrees("across a change of segment", seconds=4)
@@ -120,29 +120,41 @@ class PlaybackTest(EndToEndTest):
             wait_until(lambda: abs((page.shown(region) or 0) - page.playhead()) < 2_000, 20, "every cell to play")
         for speed in (1, 0.5, 2, 4):
             page.choose_speed(speed)
-            off = []
+            self.assert_in_step(f"at speed {speed}", regions, speed)
+            page.click_at(hour + 45_000)
+            self.assert_in_step(f"after a jump at speed {speed}", regions, speed)
 
-            def in_step():
-                off[:] = self.off_the_clock(page, regions, speed)
-                print(f"off the clock at speed {speed}: {off} ms", flush=True)
-                return max(map(abs, off)) <= IN_STEP_MS
-            wait_until(in_step, 20, lambda: f"four cameras in step at speed {speed}: {off} ms off")
+    def assert_in_step(self, what, regions, speed):
+        off = []
 
-    def off_the_clock(self, page, regions, speed):
+        def in_step():
+            off[:] = self.off_the_clock(regions, speed)
+            print(f"off the clock {what}: {off} ms", flush=True)
+            return max(map(abs, off)) <= IN_STEP_MS
+        wait_until(in_step, 20, lambda: f"four cameras in step {what}: {off} ms off")
+
+    def off_the_clock(self, regions, speed):
         """By how many ms each picture is ahead of the clock, in the middle of two seconds.
 
-        The clock goes on in steps; the pictures are compared with the line that its steps lie on."""
-        clock, seen = float("-inf"), [[] for _ in regions]
+        The clock goes on in steps, each of which was right at some time between the two questions around it; the
+        pictures are compared with the line that all of them lie on."""
+        lowest, highest, seen = float("-inf"), float("inf"), [[] for _ in regions]
+        clock = asked = None
         deadline = time.monotonic() + 2
         while time.monotonic() < deadline:
-            asked = now_ms()
-            clock = max(clock, page.playhead() - speed * asked)
             for region, moments in zip(regions, seen):
-                taken = now_ms()
-                shown = page.shown(region)
+                before, asked_before = clock, asked
+                asked = now_ms()
+                clock = self.page.playhead()
+                if before is not None and clock != before:
+                    lowest = max(lowest, clock - speed * now_ms())
+                    highest = min(highest, clock - speed * asked_before)
+                begun = now_ms()
+                shown = self.page.shown(region)
                 if shown:
-                    moments.append(shown - speed * taken)
-        return [round(statistics.median(moments) - clock) if len(moments) > 5 else 10**6 for moments in seen]
+                    moments.append(shown - speed * (begun + now_ms()) / 2)
+        line = (lowest + highest) / 2
+        return [round(statistics.median(moments) - line) if len(moments) > 5 else 10**6 for moments in seen]
 
     def test_a_camera_without_footage_says_so_and_comes_back(self):
         page = self.open_playback(0, 2)

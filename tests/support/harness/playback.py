@@ -2,7 +2,7 @@
 
 import math
 
-from .clock import picture_region, read_instant
+from .clock import picture_region, read_instant, strip_region
 from .waiting import wait_until
 
 FRAME_MS = 1000 / 15
@@ -40,7 +40,7 @@ class Playback:
 
     def shown(self, region):
         """The moment that the picture there shows, in ms since the epoch; None if it is not readable."""
-        instant = read_instant(self.desktop.picture(region))
+        instant = read_instant(self.desktop.picture(strip_region(region)))
         return None if instant is None else round(instant * 1000)
 
     def disagreement(self, region):
@@ -48,7 +48,7 @@ class Playback:
         before = self.playhead()
         shown = self.shown(region)
         after = self.playhead()
-        return None if shown is None else max(before - shown, shown - after, 0)
+        return None if shown is None else max(min(before, after) - shown, shown - max(before, after), 0)
 
     # What the operator does
 
