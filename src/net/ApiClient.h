@@ -186,6 +186,9 @@ private:
     QNetworkReply *put(const QString &path, const QByteArray &json);
     void readAnswer(QNetworkReply *reply, const OnBody &onBody, const OnFailure &onFailure,
         ErrorText errorText = ErrorText::Http);
+    // Reads a long answer on a worker thread; what `read` returns is done here, unless the session ends
+    // meanwhile.
+    void readAside(std::function<std::function<void()>()> read, const OnFailure &onFailure);
     void fetchIncidentList(
         const char *call, const QString &path, void (ApiClient::*received)(const QVariantList &));
     void sendIncidentAction(

@@ -3,8 +3,13 @@
 #include "app/Logging.h"
 #include "net/Json.h"
 
+#include <QFutureWatcher>
 #include <QJsonDocument>
 #include <QNetworkReply>
+#include <QPromise>
+#include <QThreadPool>
+
+#include <memory>
 
 namespace {
 
@@ -12,6 +17,7 @@ namespace {
 constexpr qsizetype longestLoggedBody = 2048;
 
 const QString invalidResponse = QStringLiteral("invalid response");
+const QString sessionEnded = QStringLiteral("Session ended");
 
 QString cameraPath(const QString &cameraId, const QString &call)
 {
@@ -165,11 +171,17 @@ void ApiClient::fetchTimeline(
     readAnswer(
         get(cameraPath(cameraId, QStringLiteral("/timeline?from=%1&to=%2").arg(encoded(from), encoded(to)))),
         [this, cameraId, requestId, fail](const QByteArray &body) {
-            if (const auto array = Json::array(body)) {
-                emit timelineReceived(cameraId, recordsOf<TimeSpanData>(*array), requestId);
-            } else {
-                fail(invalidResponse);
-            }
+            readAside(
+                [this, cameraId, requestId, fail, body]() -> std::function<void()> {
+                    const auto array = Json::array(body);
+                    if (!array) {
+                        return [fail] { fail(invalidResponse); };
+                    }
+                    return [this, cameraId, requestId, spans = recordsOf<TimeSpanData>(*array)] {
+                        emit timelineReceived(cameraId, spans, requestId);
+                    };
+                },
+                fail);
         },
         fail);
 }
@@ -209,20 +221,25 @@ void ApiClient::fetchBatchTimeline(
     readAnswer(
         post(QStringLiteral("/client-api/playback/batch-timeline"), query),
         [this, requestId, fail](const QByteArray &body) {
-            const auto answer = Json::object(body);
-            const QJsonValue ofCameras = answer ? answer->value(u"per_camera") : QJsonValue();
-            const QJsonValue merged = answer ? answer->value(u"merged") : QJsonValue();
-            if (!answer || !(ofCameras.isObject() || isMissing(ofCameras))
-                || !(merged.isArray() || isMissing(merged))) {
-                fail(invalidResponse);
-                return;
-            }
-            QVariantMap perCamera;
-            const QJsonObject spans = ofCameras.toObject();
-            for (auto camera = spans.begin(); camera != spans.end(); ++camera) {
-                perCamera.insert(camera.key(), spanMapsOf(camera->toArray()));
-            }
-            emit batchTimelineReceived(perCamera, spanMapsOf(merged.toArray()), requestId);
+            readAside(
+                [this, requestId, fail, body]() -> std::function<void()> {
+                    const auto answer = Json::object(body);
+                    const QJsonValue ofCameras = answer ? answer->value(u"per_camera") : QJsonValue();
+                    const QJsonValue merged = answer ? answer->value(u"merged") : QJsonValue();
+                    if (!answer || !(ofCameras.isObject() || isMissing(ofCameras))
+                        || !(merged.isArray() || isMissing(merged))) {
+                        return [fail] { fail(invalidResponse); };
+                    }
+                    QVariantMap perCamera;
+                    const QJsonObject spans = ofCameras.toObject();
+                    for (auto camera = spans.begin(); camera != spans.end(); ++camera) {
+                        perCamera.insert(camera.key(), spanMapsOf(camera->toArray()));
+                    }
+                    return [this, requestId, perCamera, spans = spanMapsOf(merged.toArray())] {
+                        emit batchTimelineReceived(perCamera, spans, requestId);
+                    };
+                },
+                fail);
         },
         fail);
 }
@@ -365,7 +382,7 @@ void ApiClient::readAnswer(
         [this, session = m_session, onBody, onFailure, errorText](
             QNetworkReply &finished, const QByteArray &body) {
             if (session != m_session) {
-                onFailure(QStringLiteral("Session ended"));
+                onFailure(sessionEnded);
             } else if (!Requests::hasFailed(finished)) {
                 onBody(body);
             } else if (errorText == ErrorText::Server) {
@@ -374,6 +391,27 @@ void ApiClient::readAnswer(
                 onFailure(Requests::httpErrorText(finished));
             }
         });
+}
+
+void ApiClient::readAside(std::function<std::function<void()>()> read, const OnFailure &onFailure)
+{
+    using Outcome = std::function<void()>;
+    auto *watcher = new QFutureWatcher<Outcome>(this);
+    connect(watcher, &QFutureWatcherBase::finished, this, [this, watcher, session = m_session, onFailure] {
+        watcher->deleteLater();
+        if (session != m_session) {
+            onFailure(sessionEnded);
+        } else {
+            watcher->result()();
+        }
+    });
+    const auto promise = std::make_shared<QPromise<Outcome>>();
+    promise->start();
+    watcher->setFuture(promise->future());
+    QThreadPool::globalInstance()->start([promise, read = std::move(read)] {
+        promise->addResult(read());
+        promise->finish();
+    });
 }
 
 void ApiClient::fetchIncidentList(

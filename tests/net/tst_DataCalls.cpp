@@ -3,6 +3,7 @@
 #include "support/ScriptedServer.h"
 #include "support/SignalLines.h"
 
+#include <QFutureWatcher>
 #include <QJsonDocument>
 #include <QNetworkReply>
 #include <QTest>
@@ -285,6 +286,15 @@ private slots:
         m_server->release();
         QTRY_VERIFY(!m_client->findChild<QNetworkReply *>());
         QCOMPARE(m_signals->lines, QStringList("timelineFailed|" + id + "|Session ended|7|x"));
+
+        // The session ends while a long answer is read.
+        m_server->otherwise([](const auto &) { return ScriptedServer::Answer{.body = "[]"}; });
+        m_client->fetchTimeline(id, from, to, requestId);
+        connect(m_client->findChild<QNetworkReply *>(), &QNetworkReply::finished, m_client.get(),
+            &ApiClient::doLogout);
+        m_signals->lines.clear();
+        QTRY_VERIFY(m_signals->lines.contains("timelineFailed|" + id + "|Session ended|7|x"));
+        QCOMPARE(m_signals->lines.filter("timeline").size(), 1);
     }
 
     void idsAndAddresses()
@@ -305,6 +315,7 @@ private:
         call.make(*m_client);
         QSignalSpy done(m_client->findChild<QNetworkReply *>(), &QObject::destroyed);
         QVERIFY(done.wait(20'000));
+        QTRY_VERIFY(!m_client->findChild<QFutureWatcherBase *>());
     }
 
     std::unique_ptr<ScriptedServer> m_server;
