@@ -37,10 +37,11 @@ Rectangle {
             archive.showAt(targetTime)
     }
 
-    // To the player an empty list means that nothing is known, not that nothing is there.
     function refreshCoverage() {
-        const spans = _charted ? timelineModel.coverageFor(cameraId) : []
-        archive.setCoverage(_charted && spans.length === 0 ? [{ start: 0, end: 1 }] : spans)
+        if (_charted)
+            timelineModel.handCoverage(archive, cameraId)
+        else
+            archive.setCoverage([])
         sync()
     }
 

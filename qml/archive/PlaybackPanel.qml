@@ -72,7 +72,7 @@ Rectangle {
 
             objectName: "timeline"
             width: parent.width
-            spans: timelineModel.spans
+            spans: timelineModel.index
             playheadTime: root.page.playheadTime
             earliest: timelineModel.earliest
             latest: timelineModel.latest

@@ -8,7 +8,7 @@ import ZorvelClient
 T.Control {
     id: root
 
-    // Recorded spans, {start, end}. All times are in ms since the epoch.
+    // Recorded spans: a list of {start, end}, or the index of the timeline model. All times are in ms since the epoch.
     property var spans: []
     property real viewStart: 0
     property real viewEnd: 0

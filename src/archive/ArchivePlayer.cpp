@@ -94,14 +94,7 @@ void ArchivePlayer::passToken()
 
 void ArchivePlayer::setCoverage(const QVariantList &spans)
 {
-    m_coverage.clear();
-    for (const QVariant &entry : spans) {
-        const QVariantMap span = entry.toMap();
-        const qint64 start = span.value(QStringLiteral("start")).toLongLong();
-        const qint64 end = span.value(QStringLiteral("end")).toLongLong();
-        if (start < end)
-            m_coverage.emplace_back(start, end);
-    }
+    m_coverage = SpanIndex::fromVariantList(spans);
     m_emptyResult = false;
 }
 
@@ -375,9 +368,7 @@ void ArchivePlayer::playAfter(int index)
 
 bool ArchivePlayer::isCovered(qint64 ms) const
 {
-    return m_coverage.empty() || std::any_of(m_coverage.begin(), m_coverage.end(), [ms](const auto &span) {
-        return span.first <= ms && ms < span.second;
-    });
+    return m_coverage.isEmpty() || m_coverage.coveredMs(ms, ms + 1) > 0;
 }
 
 void ArchivePlayer::setState(const QString &state)

@@ -2,15 +2,13 @@
 
 #include "archive/ClockFollower.h"
 #include "archive/SegmentWindow.h"
+#include "archive/SpanIndex.h"
 
 #include <QElapsedTimer>
 #include <QObject>
 #include <QPointer>
 #include <QTimer>
 #include <QVariantList>
-
-#include <utility>
-#include <vector>
 
 class ApiClient;
 class MpvObject;
@@ -121,7 +119,7 @@ private:
     bool m_exhausted = false;
     qint64 m_pendingSeekMs = -1;
     bool m_emptyResult = false;
-    std::vector<std::pair<qint64, qint64>> m_coverage;
+    SpanIndex m_coverage;
     qint64 m_lastShowAtMs = 0;
     bool m_jumped = false;
     ClockFollower m_clock;

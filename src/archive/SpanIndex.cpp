@@ -10,6 +10,9 @@ namespace {
 
 constexpr int coverageSteps = 64;
 
+const QString startKey = QStringLiteral("start");
+const QString endKey = QStringLiteral("end");
+
 int coverageStep(qint64 coveredMs, qint64 lengthMs)
 {
     if (coveredMs <= 0)
@@ -17,53 +20,81 @@ int coverageStep(qint64 coveredMs, qint64 lengthMs)
     return static_cast<int>(std::clamp<qint64>(coveredMs * coverageSteps / lengthMs, 1, coverageSteps));
 }
 
+qint64 msOf(const QVariantMap &span, const QString &key)
+{
+    const auto found = span.constFind(key);
+    return found == span.cend() ? 0 : found->toLongLong();
+}
+
 } // namespace
 
+SpanIndex::SpanIndex()
+{
+    static const auto none = std::make_shared<const Data>();
+    m_data = none;
+}
+
 SpanIndex::SpanIndex(std::vector<Span> spans)
+    : SpanIndex()
 {
     for (auto &[start, end] : spans) {
         start = Instants::bounded(start);
         end = Instants::bounded(end);
     }
     std::erase_if(spans, [](const Span &span) { return span.first >= span.second; });
-    std::sort(spans.begin(), spans.end());
+    if (spans.empty())
+        return;
+    if (!std::is_sorted(spans.begin(), spans.end()))
+        std::sort(spans.begin(), spans.end());
 
+    auto joined = spans.begin();
     for (const Span &span : spans) {
-        if (!m_spans.empty() && span.first <= m_spans.back().second)
-            m_spans.back().second = std::max(m_spans.back().second, span.second);
+        if (span.first <= joined->second)
+            joined->second = std::max(joined->second, span.second);
         else
-            m_spans.push_back(span);
+            *++joined = span;
     }
+    spans.erase(joined + 1, spans.end());
 
-    m_lengthBefore.reserve(m_spans.size());
+    const auto data = std::make_shared<Data>();
+    data->lengthBefore.reserve(spans.size());
     qint64 length = 0;
-    for (const auto &[start, end] : m_spans) {
-        m_lengthBefore.push_back(length);
+    for (const auto &[start, end] : spans) {
+        data->lengthBefore.push_back(length);
         length += end - start;
     }
+    data->spans = std::move(spans);
+    m_data = data;
 }
 
 SpanIndex SpanIndex::fromVariantList(const QVariantList &spans)
 {
-    std::vector<Span> pairs;
-    pairs.reserve(spans.size());
-    for (const QVariant &entry : spans) {
-        const QVariantMap map = entry.toMap();
-        pairs.emplace_back(
-            map.value(QStringLiteral("start")).toLongLong(), map.value(QStringLiteral("end")).toLongLong());
+    return SpanIndex(spansOf(spans));
+}
+
+std::vector<SpanIndex::Span> SpanIndex::spansOf(const QVariantList &maps)
+{
+    std::vector<Span> spans;
+    spans.reserve(maps.size());
+    for (const QVariant &entry : maps) {
+        if (entry.metaType() != QMetaType::fromType<QVariantMap>())
+            continue;
+        const auto &map = *static_cast<const QVariantMap *>(entry.constData());
+        spans.emplace_back(msOf(map, startKey), msOf(map, endKey));
     }
-    return SpanIndex(std::move(pairs));
+    return spans;
 }
 
 qint64 SpanIndex::coveredBefore(qint64 ms) const
 {
-    const auto after = std::upper_bound(m_spans.begin(), m_spans.end(), ms,
-        [](qint64 value, const Span &span) { return value < span.first; });
-    if (after == m_spans.begin())
+    const std::vector<Span> &spans = m_data->spans;
+    const auto after = std::upper_bound(
+        spans.begin(), spans.end(), ms, [](qint64 value, const Span &span) { return value < span.first; });
+    if (after == spans.begin())
         return 0;
-    const auto index = std::distance(m_spans.begin(), after) - 1;
-    const auto &[start, end] = m_spans[index];
-    return m_lengthBefore[index] + std::min(ms, end) - start;
+    const auto index = std::distance(spans.begin(), after) - 1;
+    const auto &[start, end] = spans[index];
+    return m_data->lengthBefore[index] + std::min(ms, end) - start;
 }
 
 qint64 SpanIndex::coveredMs(qint64 fromMs, qint64 toMs) const
@@ -74,7 +105,7 @@ qint64 SpanIndex::coveredMs(qint64 fromMs, qint64 toMs) const
 std::vector<SpanIndex::Run> SpanIndex::runs(qint64 fromMs, qint64 toMs, int columns) const
 {
     std::vector<Run> result;
-    if (m_spans.empty() || columns <= 0)
+    if (isEmpty() || columns <= 0)
         return result;
     fromMs = Instants::bounded(fromMs);
     toMs = Instants::bounded(toMs);

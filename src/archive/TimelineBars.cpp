@@ -2,6 +2,7 @@
 
 #include "archive/Instants.h"
 
+#include <QJSValue>
 #include <QQuickWindow>
 #include <QSGGeometryNode>
 #include <QSGVertexColorMaterial>
@@ -18,6 +19,15 @@ qint64 toInstant(double ms)
 {
     constexpr auto limit = static_cast<double>(Instants::limitMs);
     return std::isfinite(ms) ? static_cast<qint64>(std::clamp(ms, -limit, limit)) : 0;
+}
+
+SpanIndex indexOf(const QVariant &spans)
+{
+    if (spans.metaType() == QMetaType::fromType<SpanIndex>())
+        return spans.value<SpanIndex>();
+    if (spans.metaType() == QMetaType::fromType<QJSValue>())
+        return SpanIndex::fromVariantList(spans.value<QJSValue>().toVariant().toList());
+    return SpanIndex::fromVariantList(spans.toList());
 }
 
 class BarsNode : public QSGGeometryNode
@@ -69,12 +79,13 @@ TimelineBars::TimelineBars(QQuickItem *parent)
     setFlag(ItemHasContents);
 }
 
-void TimelineBars::setSpans(const QVariantList &spans)
+void TimelineBars::setSpans(const QVariant &spans)
 {
-    if (m_spans.isSharedWith(spans) || (spans.isEmpty() && m_spans.isEmpty()))
+    const SpanIndex index = indexOf(spans);
+    if (index.isSharedWith(m_index))
         return;
     m_spans = spans;
-    m_index = SpanIndex::fromVariantList(spans);
+    m_index = index;
     update();
     emit spansChanged();
 }

@@ -4,7 +4,7 @@
 
 #include <QColor>
 #include <QQuickItem>
-#include <QVariantList>
+#include <QVariant>
 
 /**
  * The bars of the timeline: recorded spans over the visible range [viewStart, viewEnd), filling the item's
@@ -17,7 +17,7 @@
 class TimelineBars : public QQuickItem
 {
     Q_OBJECT
-    Q_PROPERTY(QVariantList spans READ spans WRITE setSpans NOTIFY spansChanged)
+    Q_PROPERTY(QVariant spans READ spans WRITE setSpans NOTIFY spansChanged)
     Q_PROPERTY(double viewStart READ viewStart WRITE setViewStart NOTIFY viewStartChanged)
     Q_PROPERTY(double viewEnd READ viewEnd WRITE setViewEnd NOTIFY viewEndChanged)
     Q_PROPERTY(QColor color READ color WRITE setColor NOTIFY colorChanged)
@@ -25,9 +25,9 @@ class TimelineBars : public QQuickItem
 public:
     explicit TimelineBars(QQuickItem *parent = nullptr);
 
-    /// Maps {"start", "end"} in any order; entries of another shape are not drawn.
-    QVariantList spans() const { return m_spans; }
-    void setSpans(const QVariantList &spans);
+    /// A SpanIndex, or a list of maps {"start", "end"} in any order; entries of another shape are not drawn.
+    QVariant spans() const { return m_spans; }
+    void setSpans(const QVariant &spans);
 
     double viewStart() const { return m_viewStart; }
     void setViewStart(double ms);
@@ -50,7 +50,7 @@ protected:
     void itemChange(ItemChange change, const ItemChangeData &data) override;
 
 private:
-    QVariantList m_spans;
+    QVariant m_spans;
     SpanIndex m_index;
     double m_viewStart = 0;
     double m_viewEnd = 0;

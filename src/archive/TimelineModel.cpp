@@ -5,6 +5,7 @@
 #include "net/ApiClient.h"
 
 #include <QSet>
+#include <QThreadPool>
 
 #include <utility>
 
@@ -13,8 +14,10 @@ namespace {
 constexpr qint64 firstRangeMs = 21'600'000;
 constexpr int rangeDelayMs = 150;
 
-const QString startKey = QStringLiteral("start");
-const QString endKey = QStringLiteral("end");
+QVariantMap spanMap(qint64 startMs, qint64 endMs)
+{
+    return {{QStringLiteral("start"), startMs}, {QStringLiteral("end"), endMs}};
+}
 
 } // namespace
 
@@ -99,8 +102,7 @@ void TimelineModel::clear()
     m_cameraId.clear();
     m_cameraIds.clear();
     m_batch = false;
-    m_spans.clear();
-    m_perCamera.clear();
+    setSpans({});
     m_earliest = m_latest = 0;
     m_hasData = false;
     m_rangeTimer.stop();
@@ -117,9 +119,37 @@ void TimelineModel::clear()
         emit loadingChanged();
 }
 
+QVariantList TimelineModel::spans() const
+{
+    if (m_spans.isEmpty() && !m_received.empty()) {
+        m_spans.reserve(m_received.size());
+        for (const auto &[start, end] : m_received)
+            m_spans.append(spanMap(start, end));
+    }
+    return m_spans;
+}
+
+void TimelineModel::setSpans(
+    std::vector<SpanIndex::Span> spans, const QVariantList &maps, const QVariantMap &perCamera)
+{
+    m_index = SpanIndex(spans);
+    m_received = std::move(spans);
+    // To free a hundred thousand maps takes longer than all the rest: not on this thread.
+    QThreadPool::globalInstance()->start(
+        [oldSpans = std::exchange(m_spans, maps), oldPerCamera = std::exchange(m_perCamera, perCamera)] {});
+}
+
 QVariantList TimelineModel::coverageFor(const QString &cameraId) const
 {
     return m_perCamera.value(cameraId).toList();
+}
+
+void TimelineModel::handCoverage(QObject *player, const QString &cameraId) const
+{
+    QVariantList spans = coverageFor(cameraId);
+    if (spans.isEmpty())
+        spans.append(spanMap(0, 1));
+    QMetaObject::invokeMethod(player, "setCoverage", Q_ARG(QVariantList, spans));
 }
 
 qint64 TimelineModel::computeStartTime(qint64 lookbackMs) const
@@ -179,16 +209,15 @@ void TimelineModel::onTimelineReceived(
 {
     if (cameraId != m_cameraId || !isCurrent(requestId))
         return;
-    m_spans.clear();
-    m_spans.reserve(timeSpans.size());
-    for (const TimeSpanData &span : timeSpans) {
-        m_spans.append(QVariantMap{
-            {startKey, Instants::fromDateTime(span.start)}, {endKey, Instants::fromDateTime(span.end)}});
-    }
+    std::vector<SpanIndex::Span> spans;
+    spans.reserve(timeSpans.size());
+    for (const TimeSpanData &span : timeSpans)
+        spans.emplace_back(Instants::fromDateTime(span.start), Instants::fromDateTime(span.end));
+    setSpans(std::move(spans));
     m_loadedFrom = m_requestedFrom;
     m_loadedTo = m_requestedTo;
     qCInfo(lcPlayback).noquote()
-        << QStringLiteral("timeline cam=%1 spans=%2").arg(cameraId).arg(m_spans.size());
+        << QStringLiteral("timeline cam=%1 spans=%2").arg(cameraId).arg(timeSpans.size());
     emit spansChanged();
     setLoading(false);
 }
@@ -216,26 +245,22 @@ void TimelineModel::onBatchTimelineReceived(
     }
     qCInfo(lcPlayback).noquote()
         << QStringLiteral("batch timeline cams=%1 mergedSpans=%2").arg(perCamera.size()).arg(merged.size());
-    m_spans = merged;
-    m_perCamera = perCamera;
+    setSpans(SpanIndex::spansOf(merged), merged, perCamera);
     m_loadedFrom = m_requestedFrom;
     m_loadedTo = m_requestedTo;
-    widenRange(merged);
+    widenRange();
     emit spansChanged();
     setLoading(false);
 }
 
-void TimelineModel::widenRange(const QVariantList &merged)
+void TimelineModel::widenRange()
 {
     qint64 earliest = m_earliest;
     qint64 latest = m_latest;
     bool hasData = m_hasData;
-    for (const QVariant &entry : merged) {
-        const QVariantMap span = entry.toMap();
-        if (!span.contains(startKey) || !span.contains(endKey))
-            continue;
-        const qint64 start = Instants::bounded(span.value(startKey).toLongLong());
-        const qint64 end = Instants::bounded(span.value(endKey).toLongLong());
+    for (const SpanIndex::Span &span : m_received) {
+        const qint64 start = Instants::bounded(span.first);
+        const qint64 end = Instants::bounded(span.second);
         if (start > end)
             continue;
         hasData = true;

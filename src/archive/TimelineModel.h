@@ -1,5 +1,6 @@
 #pragma once
 
+#include "archive/SpanIndex.h"
 #include "net/Records.h"
 
 #include <QObject>
@@ -7,6 +8,8 @@
 #include <QTimer>
 #include <QVariantList>
 #include <QVariantMap>
+
+#include <vector>
 
 class ApiClient;
 
@@ -26,6 +29,7 @@ class TimelineModel : public QObject
     Q_OBJECT
     Q_PROPERTY(QString cameraId READ cameraId NOTIFY cameraIdChanged)
     Q_PROPERTY(QVariantList spans READ spans NOTIFY spansChanged)
+    Q_PROPERTY(QVariant index READ index NOTIFY spansChanged)
     Q_PROPERTY(qint64 earliest READ earliest NOTIFY rangeChanged)
     Q_PROPERTY(qint64 latest READ latest NOTIFY rangeChanged)
     Q_PROPERTY(bool hasData READ hasData NOTIFY rangeChanged)
@@ -40,7 +44,9 @@ public:
     /// The camera shown; in batch mode the first of them.
     QString cameraId() const { return m_cameraId; }
     /// The spans to draw, in the order received.
-    QVariantList spans() const { return m_spans; }
+    QVariantList spans() const;
+    /// The same as a SpanIndex, which costs nothing to pass on however many there are.
+    QVariant index() const { return QVariant::fromValue(m_index); }
     /// The first and the last recorded instant; 0 and 0 while unknown or without data.
     qint64 earliest() const { return m_earliest; }
     qint64 latest() const { return m_latest; }
@@ -68,6 +74,9 @@ public:
 
     /// The camera's own spans in batch mode, otherwise none.
     Q_INVOKABLE QVariantList coverageFor(const QString &cameraId) const;
+    /// Calls the player's setCoverage() with those spans, or with an empty span where there are none: to a
+    /// player an empty list means that nothing is known. Nothing of it passes through QML.
+    Q_INVOKABLE void handCoverage(QObject *player, const QString &cameraId) const;
     /// Where playback starts unless the user says otherwise: `lookbackMs` before the end of the recording,
     /// but never before its beginning; 0 without data.
     Q_INVOKABLE qint64 computeStartTime(qint64 lookbackMs = 3'600'000) const;
@@ -92,7 +101,9 @@ private:
     void request(qint64 fromMs, qint64 toMs);
     void requestPending();
     void setRange(const RecordingRangeData &range);
-    void widenRange(const QVariantList &merged);
+    void setSpans(
+        std::vector<SpanIndex::Span> spans, const QVariantList &maps = {}, const QVariantMap &perCamera = {});
+    void widenRange();
     void setLoading(bool loading);
     bool isCurrent(const QString &requestId) const;
 
@@ -100,7 +111,10 @@ private:
     QString m_cameraId;
     QStringList m_cameraIds;
     bool m_batch = false;
-    QVariantList m_spans;
+    // The spans as they were received, and as maps once these are asked for.
+    std::vector<SpanIndex::Span> m_received;
+    mutable QVariantList m_spans;
+    SpanIndex m_index;
     QVariantMap m_perCamera;
     qint64 m_earliest = 0;
     qint64 m_latest = 0;

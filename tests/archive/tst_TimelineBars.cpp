@@ -32,10 +32,11 @@ private slots:
         QVERIFY(QTest::qWaitForWindowExposed(&window));
         const QVariantList spans{
             span(0, 20'000), span(45'000, 45'100), span(60'000, 1'000'000), span(90'000, 30'000), "nonsense"};
-        const std::tuple<QVariantList, double, double, QString> views[]{{spans, 0, 100'000, "##  - ####"},
+        const std::tuple<QVariant, double, double, QString> views[]{{spans, 0, 100'000, "##  - ####"},
             {spans, -100'000, 100'000, "     #  ##"}, {spans, 100'000, 100'000, "          "},
-            {spans, 0, 10'000, "##########"}, {spans, -qInf(), qQNaN(), "          "},
-            {{}, 0, 10'000, "          "}};
+            {spans, 0, 10'000, "##########"},
+            {QVariant::fromValue(SpanIndex({{2000, 4000}})), 0, 10'000, "  ##      "},
+            {spans, -qInf(), qQNaN(), "          "}, {QVariantList(), 0, 10'000, "          "}};
         for (const auto &[shown, start, end, expected] : views) {
             bars.setSpans(shown);
             bars.setViewStart(start);
