@@ -149,7 +149,11 @@ void TimelineModel::handCoverage(QObject *player, const QString &cameraId) const
     QVariantList spans = coverageFor(cameraId);
     if (spans.isEmpty())
         spans.append(spanMap(0, 1));
-    QMetaObject::invokeMethod(player, "setCoverage", Q_ARG(QVariantList, spans));
+    // A player written in QML takes any value.
+    if (player->metaObject()->indexOfMethod("setCoverage(QVariant)") >= 0)
+        QMetaObject::invokeMethod(player, "setCoverage", Q_ARG(QVariant, QVariant(spans)));
+    else
+        QMetaObject::invokeMethod(player, "setCoverage", Q_ARG(QVariantList, spans));
 }
 
 qint64 TimelineModel::computeStartTime(qint64 lookbackMs) const

@@ -132,7 +132,7 @@ private slots:
             "sync, start 0, fail, page, at 91, heal, tick 91, frame, at 95, at 96",
             "playing 2+1.0 @95 asks 3");
         row("clock comes to the rest before a gap", "0-10 60-70", "sync, start 8.5, page, end, at 9.8",
-            "no_footage 1+8.5 @8.5 asks 2 still");
+            "no_footage 1+8.5 @0 asks 2 still");
         row("clock goes back from a gap", "0-10 60-70", "sync, start 8.5, page, end, at 9.8, at 7",
             "loading 1+7.0 @7 asks 2");
         row("clock where nothing is", "", "sync, start 0, at 5, at 50, rest", "no_footage 0 @0 asks 1");
