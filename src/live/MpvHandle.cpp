@@ -57,6 +57,8 @@ void MpvHandle::take(const NewPlayer &player)
 {
     if (player.context) {
         mpv_render_context_set_update_callback(player.context, frameArrived, this);
+        // Setting the callback calls it.
+        frameWaiting = false;
         newContext = player.context;
         ++contextSerial;
         renderReady = true;

@@ -170,8 +170,8 @@ void RedrawGatherer::schedule()
     qint64 waitMs = 0;
     if (m_doneSync < m_awaitedSync && !m_redrawHeld)
         waitMs = drawTimeoutMs - sinceLastMs;
-    else if (m_busy > playersDrawnAtOnce)
-        waitMs = (m_firstFrameWaits ? shortestTickMs : m_tickMs) - sinceLastMs;
+    else if (m_busy > playersDrawnAtOnce && !m_firstFrameWaits)
+        waitMs = m_tickMs - sinceLastMs;
     waitMs = std::max<qint64>(waitMs, 0);
     if (!m_flushTimer.isActive() || waitMs < m_flushTimer.remainingTime())
         m_flushTimer.start(int(waitMs));
