@@ -130,7 +130,12 @@ bool MpvObject::hasOldFrame() const
 
 bool MpvObject::needsDrawing() const
 {
-    return m_mpv->awaitingFirstFrame || !m_mpv->renderReady;
+    return awaitsFirstFrame() || !m_mpv->renderReady;
+}
+
+bool MpvObject::awaitsFirstFrame() const
+{
+    return m_mpv->awaitingFirstFrame;
 }
 
 void MpvObject::prepare()

@@ -128,6 +128,7 @@ private:
     // Whether the item must be drawn even while it is not visible: until it has its render context, and the
     // first frame of a load.
     bool needsDrawing() const;
+    bool awaitsFirstFrame() const;
     // Whether a frame that waits now is one of the file that is being replaced.
     bool hasOldFrame() const;
 

@@ -29,6 +29,9 @@ constexpr int catchUpMs = 12;
 constexpr int drawTimeoutMs = 500;
 constexpr int rateIntervalMs = 1000;
 constexpr int sleepAfterMs = 1000;
+// Sixty players that all start in the same moment would leave the window no processor for a while.
+constexpr int wakingsAtOnce = 3;
+constexpr int wakeIntervalMs = 60;
 constexpr int holdMs = 80;
 constexpr int tendIntervalMs = 10;
 // Ending a picture takes a few ms of CPU time; so many players at a time leave the GUI thread its share.
@@ -78,6 +81,9 @@ RedrawGatherer::RedrawGatherer(QQuickWindow *window)
     m_sleepTimer.setSingleShot(true);
     m_sleepTimer.setInterval(sleepAfterMs);
     connect(&m_sleepTimer, &QTimer::timeout, this, [this] { setAsleep(true); });
+    m_wakeTimer.setSingleShot(true);
+    m_wakeTimer.setInterval(wakeIntervalMs);
+    connect(&m_wakeTimer, &QTimer::timeout, this, &RedrawGatherer::wakeSome);
     m_holdTimer.setSingleShot(true);
     m_holdTimer.setInterval(holdMs);
     connect(&m_holdTimer, &QTimer::timeout, this, &RedrawGatherer::releaseRedraw);
@@ -121,7 +127,7 @@ void RedrawGatherer::remove(MpvObject *item)
 void RedrawGatherer::request(MpvObject *item)
 {
     m_pending.insert(item);
-    m_firstFrameWaits = m_firstFrameWaits || item->needsDrawing();
+    m_firstFrameWaits = m_firstFrameWaits || (item->needsDrawing() && fewAreOpening());
     if (!m_rateTimer.isActive()) {
         m_sinceRates.start();
         m_rateTimer.start();
@@ -129,6 +135,14 @@ void RedrawGatherer::request(MpvObject *item)
     if (monotonicMs() - item->lastFrameTakenMs() < catchUpMs && m_busy > playersDrawnAtOnce)
         takeFrames({item});
     schedule();
+}
+
+bool RedrawGatherer::fewAreOpening() const
+{
+    const auto opens = [](const MpvObject *item) {
+        return item->state() == QLatin1String("loading") || item->awaitsFirstFrame();
+    };
+    return std::count_if(m_items.keyBegin(), m_items.keyEnd(), opens) <= playersDrawnAtOnce;
 }
 
 void RedrawGatherer::scaleRate(MpvObject *item, double factor)
@@ -287,16 +301,31 @@ void RedrawGatherer::setAsleep(bool asleep)
     if (m_asleep == asleep)
         return;
     m_asleep = asleep;
-    const QList<MpvObject *> keys = m_items.keys();
-    const QList<QPointer<MpvObject>> items(keys.begin(), keys.end());
-    for (const QPointer<MpvObject> &item : items) {
+    const QList<MpvObject *> items = m_items.keys();
+    m_waking = QList<QPointer<MpvObject>>(items.begin(), items.end());
+    if (!asleep) {
+        wakeSome();
+        return;
+    }
+    m_wakeTimer.stop();
+    for (const QPointer<MpvObject> &item : std::exchange(m_waking, {})) {
+        if (item)
+            item->fallAsleep();
+    }
+}
+
+void RedrawGatherer::wakeSome()
+{
+    int started = 0;
+    while (!m_waking.isEmpty() && started < wakingsAtOnce) {
+        const QPointer<MpvObject> item = m_waking.takeFirst();
         if (!item)
             continue;
-        if (asleep)
-            item->fallAsleep();
-        else
-            item->wakeUp();
+        started += item->state() == QLatin1String("idle") ? 0 : 1;
+        item->wakeUp();
     }
+    if (!m_waking.isEmpty())
+        m_wakeTimer.start();
 }
 
 void RedrawGatherer::tendContexts()

@@ -3,6 +3,7 @@
 #include <QElapsedTimer>
 #include <QHash>
 #include <QObject>
+#include <QPointer>
 #include <QSet>
 #include <QTimer>
 
@@ -88,6 +89,8 @@ private:
 
     explicit RedrawGatherer(QQuickWindow *window);
 
+    // Whether so few first frames are expected that each may have a redraw of its own.
+    bool fewAreOpening() const;
     void schedule();
     void flush();
     void tellShown();
@@ -95,6 +98,7 @@ private:
     // Sets the tick. Returns whether any stream is known to play.
     bool followRates();
     void setAsleep(bool asleep);
+    void wakeSome();
     void releaseRedraw();
     void takeFrames(const QList<MpvObject *> &items);
 
@@ -103,13 +107,16 @@ private:
     std::shared_ptr<std::atomic_bool> m_freeScheduled;
     QHash<MpvObject *, Stream> m_items;
     QSet<MpvObject *> m_pending;
-    // Whether one of them has shown nothing yet: it is drawn without waiting for the tick.
+    // Whether one of them is drawn without waiting for the tick, because it has shown nothing yet.
     bool m_firstFrameWaits = false;
     std::deque<Drawn> m_drawn;
     QTimer m_flushTimer;
     QTimer m_rateTimer;
     QTimer m_tendTimer;
     QTimer m_sleepTimer;
+    // The items that still sleep in a window that is awake.
+    QList<QPointer<MpvObject>> m_waking;
+    QTimer m_wakeTimer;
     // Runs while the window's redraws are held back.
     QTimer m_holdTimer;
     bool m_redrawHeld = false;
