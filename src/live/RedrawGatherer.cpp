@@ -30,8 +30,8 @@ constexpr int drawTimeoutMs = 500;
 constexpr int rateIntervalMs = 1000;
 constexpr int sleepAfterMs = 1000;
 // Sixty players that all start in the same moment would leave the window no processor for a while.
-constexpr int wakingsAtOnce = 3;
-constexpr int wakeIntervalMs = 60;
+constexpr int wakingsAtOnce = 1;
+constexpr int wakeIntervalMs = 30;
 constexpr int holdMs = 80;
 constexpr int tendIntervalMs = 10;
 // Ending a picture takes a few ms of CPU time; so many players at a time leave the GUI thread its share.
