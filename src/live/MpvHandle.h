@@ -17,8 +17,8 @@ class QByteArray;
 // One libmpv player, shared between a video item, its renderer and, for a while, what is left of them.
 // Whoever lets go last tears the player down, on a worker thread.
 //
-// The player is made on a worker thread after requestPlayer(). Nothing here waits for it: commands and property
-// writes are asynchronous, and are dropped while there is no player.
+// The player is made on a worker thread after requestPlayer(). Nothing here waits for it: commands and
+// property writes are asynchronous, and are dropped while there is no player.
 class MpvHandle : public std::enable_shared_from_this<MpvHandle>
 {
 public:
@@ -41,8 +41,9 @@ public:
     ~MpvHandle();
     Q_DISABLE_COPY_MOVE(MpvHandle)
 
-    // Has the player made, or takes the one that is kept ready; the owner hears of it through its playerReady()
-    // or playerFailed(). Only the first call counts. `withContext`: with a render context for frames in memory.
+    // Has the player made, or takes the one that is kept ready; the owner hears of it through its
+    // playerReady() or playerFailed(). Only the first call counts. `withContext`: with a render context for
+    // frames in memory.
     void requestPlayer(bool stretch, bool withContext);
 
     void command(std::initializer_list<const char *> arguments, quint64 replyId = 0) const;

@@ -145,9 +145,8 @@ void PlayerMaker::keepSpare(bool withContext)
         return made;
     }();
     timer->disconnect();
-    QObject::connect(timer, &QTimer::timeout, [withContext] {
-        MpvWorkers::make([withContext] { makeSpare(withContext); });
-    });
+    QObject::connect(timer, &QTimer::timeout,
+        [withContext] { MpvWorkers::make([withContext] { makeSpare(withContext); }); });
     timer->start(spareDelayMs);
 }
 

@@ -13,8 +13,8 @@ struct NewPlayer
     mpv_render_context *context = nullptr;
 };
 
-// Makes libmpv players, which takes a few milliseconds each and belongs on a worker thread. Once one was asked for,
-// another is kept ready, so that the next cell that opens need not wait for its own.
+// Makes libmpv players, which takes a few milliseconds each and belongs on a worker thread. Once one was
+// asked for, another is kept ready, so that the next cell that opens need not wait for its own.
 namespace PlayerMaker {
 
 // A player with all its options, none when libmpv makes none. Runs where it is called.
