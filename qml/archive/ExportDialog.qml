@@ -1,6 +1,5 @@
 import QtQuick
 import QtCore
-import QtQuick.Controls
 import QtQuick.Dialogs
 import ZorvelClient
 
@@ -61,7 +60,7 @@ Item {
         }
         onVisibleChanged: {
             if (visible)
-                Qt.callLater(() => root._darkenPath(root.Overlay.overlay))
+                Qt.callLater(() => root._darkenPath(replaceDialog.parent))
         }
         onAccepted: root._choose(selectedFile)
     }
