@@ -57,7 +57,7 @@ void SoftwareFrames::prepare(const QOpenGLFramebufferObject &target)
 void SoftwareFrames::paint(mpv_render_context *context, const QOpenGLFramebufferObject &target)
 {
     int size[] = {target.width(), target.height()};
-    const size_t blocksPerLine = (size[0] * bytesPerPixel + sizeof(Block) - 1) / sizeof(Block);
+    const size_t blocksPerLine = (size_t(size[0]) * bytesPerPixel + sizeof(Block) - 1) / sizeof(Block);
     size_t stride = blocksPerLine * sizeof(Block);
     if (m_memory.size() < blocksPerLine * size[1])
         m_memory.resize(blocksPerLine * size[1]);
