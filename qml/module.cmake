@@ -89,6 +89,7 @@ set(zorvel_qml_archive
     GridClock.qml
     PlayPauseSign.qml
     PlaybackControls.qml
+    PlaybackKeys.qml
     PlaybackPanel.qml
     PlaybackStage.qml
     PlaybackStart.qml

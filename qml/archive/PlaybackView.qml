@@ -146,19 +146,6 @@ FocusScope {
         exporter.ask(selectedCameraId, cameraModel.cameraNameById(selectedCameraId), exportStart, exportEnd)
     }
 
-    function handleKey(event: var) {
-        const actions = {
-            [Qt.Key_Space]: () => playPause(),
-            [Qt.Key_Left]: () => seekBy(-10000),
-            [Qt.Key_Right]: () => seekBy(10000),
-            [Qt.Key_End]: () => jumpToLatest()
-        }
-        const plain = (event.modifiers & ~Qt.KeypadModifier) === Qt.NoModifier
-        event.accepted = plain && event.key in actions
-        if (event.accepted && !(event.isAutoRepeat && event.key === Qt.Key_Space))
-            actions[event.key]()
-    }
-
     function _applySingle(cameraId: string) {
         if (cameraId === selectedCameraId)
             return
@@ -195,7 +182,7 @@ FocusScope {
             gridPlayheadTime = 0
         }
     }
-    Keys.onPressed: event => handleKey(event)
+    Keys.onPressed: event => keys.handle(event)
     Component.onCompleted: timelineModel.clear()
 
     LoggingCategory {
@@ -207,6 +194,11 @@ FocusScope {
         id: clock
 
         objectName: "gridClock"
+        page: root
+    }
+    PlaybackKeys {
+        id: keys
+
         page: root
     }
     ExportDialog {
