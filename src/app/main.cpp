@@ -13,10 +13,6 @@ int main(int argc, char *argv[])
 {
     keepHeapCompact();
     std::setlocale(LC_NUMERIC, "C");
-    // Where there is no display to keep time, Qt waits 5 ms with each redraw for more of them. The windows
-    // gather theirs themselves.
-    if (!qEnvironmentVariableIsSet("QT_QPA_UPDATE_IDLE_TIME"))
-        qputenv("QT_QPA_UPDATE_IDLE_TIME", "0");
     QQuickWindow::setGraphicsApi(QSGRendererInterface::OpenGL);
 
     const QGuiApplication guiApplication(argc, argv);
