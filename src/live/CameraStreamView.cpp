@@ -27,6 +27,7 @@ CameraStreamView::CameraStreamView(QQuickItem *parent)
     setClip(true);
     m_recoverTimer.setObjectName(QStringLiteral("recoverTimer"));
     m_recoverTimer.setSingleShot(true);
+    m_recoverTimer.setTimerType(Qt::PreciseTimer);
     m_watchTimer.setInterval(watchIntervalMs);
     createPlayer(0);
     createPlayer(1);
