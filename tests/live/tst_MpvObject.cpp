@@ -262,7 +262,7 @@ private slots:
         clock.start();
         const double from = m_player->position();
         QTRY_VERIFY_WITH_TIMEOUT(m_player->position() - from > 4, patienceMs);
-        QVERIFY2(clock.elapsed() < 3900, qPrintable(QString::number(clock.elapsed())));
+        QVERIFY2(clock.elapsed() < 3000, qPrintable(QString::number(clock.elapsed())));
 
         m_player->setStretch(false);
         QTRY_VERIFY(isBlack(m_player.get()));
@@ -410,7 +410,7 @@ private slots:
         players.clear();
         QTest::qWait(500);
         // Waiting for each in turn takes more than a second and a half.
-        QVERIFY2(block.longestMs() < 800, qPrintable(QString::number(block.longestMs())));
+        QVERIFY2(block.longestMs() < 400, qPrintable(QString::number(block.longestMs())));
     }
 
     void unansweredConnectionHoldsNothingUp()
@@ -427,7 +427,7 @@ private slots:
         m_player->setSource(m_camera->url());
         second.reset();
         QTRY_VERIFY_WITH_TIMEOUT(m_player->hasVideo(), patienceMs);
-        QVERIFY2(block.longestMs() < 800, qPrintable(QString::number(block.longestMs())));
+        QVERIFY2(block.longestMs() < 400, qPrintable(QString::number(block.longestMs())));
     }
 
     void secretsStayOutOfTheLog()
