@@ -34,10 +34,6 @@ void addAuthBreadcrumb(const QString &message, const QString &level)
 ApiClient::ApiClient(QObject *parent)
     : QObject(parent)
 {
-    auto *cookies = new QNetworkCookieJar;
-    m_network.setCookieJar(cookies);
-    cookies->setParent(this);
-
     m_refreshTimer.setObjectName(QStringLiteral("refreshTimer"));
     m_refreshTimer.setSingleShot(true);
     connect(&m_refreshTimer, &QTimer::timeout, this, &ApiClient::refresh);
@@ -95,6 +91,7 @@ void ApiClient::doLogout()
         m_network.post(request, QByteArray()), this, [](QNetworkReply &, const QByteArray &) {});
 
     endSession();
+    forgetCookies();
     emit authChanged();
     emit signedOut();
 }
@@ -119,6 +116,7 @@ void ApiClient::setServerUrl(const QString &serverUrl)
         return;
     }
     m_serverUrl = url;
+    forgetCookies();
     if (m_authenticated) {
         endSession();
         emit authChanged();
@@ -230,6 +228,7 @@ void ApiClient::handleRefresh(QNetworkReply &reply, const QByteArray &body)
     m_refreshReply.clear();
     if (Requests::hasFailed(reply)) {
         endSession();
+        forgetCookies();
         addAuthBreadcrumb(
             QStringLiteral("token refresh failed -> session expired"), QStringLiteral("warning"));
         emit authChanged();
@@ -249,6 +248,13 @@ void ApiClient::endSession()
     m_refreshTimer.stop();
     m_authenticated = false;
     m_accessToken.clear();
+    failOutstanding();
+}
+
+// The jar tells servers apart by host and path, not by port.
+void ApiClient::forgetCookies()
+{
+    m_network.setCookieJar(new QNetworkCookieJar);
 }
 
 void ApiClient::abandon(QPointer<QNetworkReply> &reply)

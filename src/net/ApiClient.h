@@ -3,6 +3,7 @@
 #include "net/Records.h"
 #include "net/Requests.h"
 
+#include <QHash>
 #include <QNetworkAccessManager>
 #include <QObject>
 #include <QPointer>
@@ -19,8 +20,9 @@ class QNetworkReply;
  * and the data calls. One instance serves the whole program and is known to QML as `apiClient`.
  *
  * Every call returns at once and answers later with the signal named beside it. A failed data call never ends
- * the session; only a failed refresh does. An answer to a data request of an earlier session counts as
- * failed, so that nothing of one user reaches the next. Where a failure has no signal, it is logged.
+ * the session; only a failed refresh does. Whatever is still asked for when the session ends fails right then,
+ * before anybody can sign in, so that nothing of one user reaches the next; neither do the cookies. What an
+ * action on an incident led to is then told to nobody. Where a failure has no signal, it is logged.
  *
  * A server sends lists as JSON arrays at the top of the body; elements that are not objects, and spans and
  * segments that are not valid, are left out.
@@ -76,7 +78,7 @@ public:
     /// An id that no other call of this client gets: "<prefix>-<number>", or the number alone.
     Q_INVOKABLE QString nextRequestId(const QString &prefix = {});
 
-    /// Answers camerasReceived.
+    /// Answers camerasReceived. A list that a later call's answer has overtaken is dropped.
     Q_INVOKABLE void fetchCameras();
     /// Answers cameraStatusReceived.
     Q_INVOKABLE void fetchCamerasStatus();
@@ -179,6 +181,8 @@ private:
     void refresh();
     void handleRefresh(QNetworkReply &reply, const QByteArray &body);
     void endSession();
+    void forgetCookies();
+    void failOutstanding();
     void abandon(QPointer<QNetworkReply> &reply);
 
     QNetworkReply *get(const QString &path);
@@ -186,6 +190,10 @@ private:
     QNetworkReply *put(const QString &path, const QByteArray &json);
     void readAnswer(QNetworkReply *reply, const OnBody &onBody, const OnFailure &onFailure,
         ErrorText errorText = ErrorText::Http);
+    // What the array in the answer lists; an answer of another shape has failed.
+    template <typename Record>
+    void readList(QNetworkReply *reply, const std::function<void(const QList<Record> &records)> &onRecords,
+        const OnFailure &onFailure);
     // Reads a long answer on a worker thread; what `read` returns is done here, unless the session ends
     // meanwhile.
     void readAside(std::function<std::function<void()>()> read, const OnFailure &onFailure);
@@ -207,6 +215,10 @@ private:
     QTimer m_refreshTimer{this};
     QPointer<QNetworkReply> m_signInReply;
     QPointer<QNetworkReply> m_refreshReply;
+    // What answers are being waited for, and whom it concerns when none comes.
+    QHash<QObject *, OnFailure> m_outstanding;
     quint64 m_session = 0;
     quint64 m_lastRequestId = 0;
+    quint64 m_cameraListsAsked = 0;
+    quint64 m_cameraListReceived = 0;
 };

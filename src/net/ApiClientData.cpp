@@ -10,6 +10,7 @@
 #include <QThreadPool>
 
 #include <memory>
+#include <utility>
 
 namespace {
 
@@ -79,17 +80,16 @@ QString ApiClient::nextRequestId(const QString &prefix)
 
 void ApiClient::fetchCameras()
 {
-    const auto fail = [](const QString &error) { logFailure("fetchCameras", error); };
-    readAnswer(
+    readList<CameraData>(
         get(QStringLiteral("/client-api/cameras")),
-        [this, fail](const QByteArray &body) {
-            if (const auto array = Json::array(body)) {
-                emit camerasReceived(recordsOf<CameraData>(*array));
-            } else {
-                fail(invalidResponse);
+        [this, serial = ++m_cameraListsAsked](const QList<CameraData> &cameras) {
+            if (serial < m_cameraListReceived) {
+                return;
             }
+            m_cameraListReceived = serial;
+            emit camerasReceived(cameras);
         },
-        fail);
+        [](const QString &error) { logFailure("fetchCameras", error); });
 }
 
 void ApiClient::fetchCamerasStatus()
@@ -193,15 +193,11 @@ void ApiClient::fetchSegments(
         qCWarning(lcPlayback).noquote() << QStringLiteral("segments failed cam=%1: %2").arg(cameraId, error);
         emit segmentsFailed(cameraId, error, requestId);
     };
-    readAnswer(
+    readList<SegmentData>(
         get(cameraPath(cameraId,
             QStringLiteral("/segments?from=%1&limit=%2").arg(encoded(from), QString::number(limit)))),
-        [this, cameraId, requestId, fail](const QByteArray &body) {
-            if (const auto array = Json::array(body)) {
-                emit segmentsReceived(cameraId, recordsOf<SegmentData>(*array), requestId);
-            } else {
-                fail(invalidResponse);
-            }
+        [this, cameraId, requestId](const QList<SegmentData> &segments) {
+            emit segmentsReceived(cameraId, segments, requestId);
         },
         fail);
 }
@@ -246,17 +242,10 @@ void ApiClient::fetchBatchTimeline(
 
 void ApiClient::fetchFloorPlans()
 {
-    const auto fail = [](const QString &error) { logFailure("fetchFloorPlans", error); };
-    readAnswer(
+    readList<FloorPlanSummary>(
         get(QStringLiteral("/client-api/floor-plans")),
-        [this, fail](const QByteArray &body) {
-            if (const auto array = Json::array(body)) {
-                emit floorPlansReceived(recordsOf<FloorPlanSummary>(*array));
-            } else {
-                fail(invalidResponse);
-            }
-        },
-        fail);
+        [this](const QList<FloorPlanSummary> &plans) { emit floorPlansReceived(plans); },
+        [](const QString &error) { logFailure("fetchFloorPlans", error); });
 }
 
 void ApiClient::fetchFloorPlan(const QString &id)
@@ -378,12 +367,11 @@ QNetworkReply *ApiClient::put(const QString &path, const QByteArray &json)
 void ApiClient::readAnswer(
     QNetworkReply *reply, const OnBody &onBody, const OnFailure &onFailure, ErrorText errorText)
 {
-    Requests::whenFinished(reply, this,
-        [this, session = m_session, onBody, onFailure, errorText](
-            QNetworkReply &finished, const QByteArray &body) {
-            if (session != m_session) {
-                onFailure(sessionEnded);
-            } else if (!Requests::hasFailed(finished)) {
+    m_outstanding.insert(reply, onFailure);
+    Requests::whenFinished(
+        reply, this, [this, onBody, onFailure, errorText](QNetworkReply &finished, const QByteArray &body) {
+            m_outstanding.remove(&finished);
+            if (!Requests::hasFailed(finished)) {
                 onBody(body);
             } else if (errorText == ErrorText::Server) {
                 onFailure(Requests::serverErrorText(finished, body));
@@ -393,17 +381,31 @@ void ApiClient::readAnswer(
         });
 }
 
+template <typename Record>
+void ApiClient::readList(QNetworkReply *reply,
+    const std::function<void(const QList<Record> &records)> &onRecords, const OnFailure &onFailure)
+{
+    readAnswer(
+        reply,
+        [onRecords, onFailure](const QByteArray &body) {
+            if (const auto array = Json::array(body)) {
+                onRecords(recordsOf<Record>(*array));
+            } else {
+                onFailure(invalidResponse);
+            }
+        },
+        onFailure);
+}
+
 void ApiClient::readAside(std::function<std::function<void()>()> read, const OnFailure &onFailure)
 {
     using Outcome = std::function<void()>;
     auto *watcher = new QFutureWatcher<Outcome>(this);
-    connect(watcher, &QFutureWatcherBase::finished, this, [this, watcher, session = m_session, onFailure] {
+    m_outstanding.insert(watcher, onFailure);
+    connect(watcher, &QFutureWatcherBase::finished, this, [this, watcher] {
+        m_outstanding.remove(watcher);
         watcher->deleteLater();
-        if (session != m_session) {
-            onFailure(sessionEnded);
-        } else {
-            watcher->result()();
-        }
+        watcher->result()();
     });
     const auto promise = std::make_shared<QPromise<Outcome>>();
     promise->start();
@@ -412,6 +414,21 @@ void ApiClient::readAside(std::function<std::function<void()>()> read, const OnF
         promise->addResult(read());
         promise->finish();
     });
+}
+
+void ApiClient::failOutstanding()
+{
+    const auto outstanding = std::exchange(m_outstanding, {});
+    for (auto job = outstanding.begin(); job != outstanding.end(); ++job) {
+        job.key()->disconnect(this);
+        if (auto *reply = qobject_cast<QNetworkReply *>(job.key())) {
+            reply->abort();
+        }
+        job.key()->deleteLater();
+    }
+    for (const OnFailure &onFailure : outstanding) {
+        onFailure(sessionEnded);
+    }
 }
 
 void ApiClient::fetchIncidentList(
@@ -441,10 +458,13 @@ void ApiClient::sendIncidentAction(
     const char *call, const QString &id, const QString &path, const QJsonObject &body)
 {
     Requests::whenFinished(post(QStringLiteral("/client-api/incidents") + path, body), this,
-        [this, call, id](QNetworkReply &reply, const QByteArray &) {
-            if (Requests::hasFailed(reply)) {
-                const QString error = Requests::httpErrorText(reply);
-                logFailure(call, error);
+        [this, session = m_session, call, id](QNetworkReply &reply, const QByteArray &) {
+            if (!Requests::hasFailed(reply)) {
+                return;
+            }
+            const QString error = Requests::httpErrorText(reply);
+            logFailure(call, error);
+            if (session == m_session) {
                 emit incidentActionFailed(id, error);
             }
         });

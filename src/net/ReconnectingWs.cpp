@@ -4,6 +4,7 @@
 #include <QWebSocket>
 
 #include <algorithm>
+#include <utility>
 
 namespace {
 
@@ -67,6 +68,7 @@ void ReconnectingWs::disconnect()
         handleDisconnected();
         return;
     }
+    QObject::disconnect(m_socket, &QWebSocket::textMessageReceived, this, nullptr);
     m_answerTimer.start();
     m_socket->close(QWebSocketProtocol::CloseCodeNormal);
 }
