@@ -7,5 +7,5 @@ TabRow {
     tabs: Translations.availableLanguages.map(language => ({ key: language.code, label: language.name }))
     current: Translations.language
     Accessible.name: Translations.languageLabel
-    onSelected: key => Translations.language = key
+    onSelected: key => Translations.choose(key)
 }

@@ -16,7 +16,7 @@ Row {
             objectName: "language_" + modelData.code
             text: modelData.name
             textColor: modelData.code === Translations.language ? Theme.textPrimary : Theme.textSecondary
-            onClicked: Translations.language = modelData.code
+            onClicked: Translations.choose(modelData.code)
         }
     }
 }

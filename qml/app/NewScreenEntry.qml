@@ -7,6 +7,10 @@ SidebarEntry {
 
     text: "+ " + Translations.newScreen
     activeFocusOnTab: false
+    onVisibleChanged: {
+        if (!visible)
+            notice.close()
+    }
     onClicked: {
         if (typeof windowManager !== "undefined")
             windowManager.openGridWindow()
@@ -20,6 +24,9 @@ SidebarEntry {
         objectName: "newScreenNotice"
         title: Translations.newScreen
         text: Translations.newScreenLater
-        onClosed: root.forceActiveFocus()
+        onClosed: {
+            if (root.visible)
+                root.forceActiveFocus()
+        }
     }
 }

@@ -96,6 +96,12 @@ FloorPlanTexts {
         return state === "" ? "" : state === "recording" ? stateRecording : state === "error" ? stateError : stateOffline
     }
 
+    // The operator's own choice, remembered even where it is what the system's language has led to already.
+    function choose(code: string) {
+        language = code
+        saved.savedLanguage = code
+    }
+
     visible: false
 
     onLanguageChanged: {
