@@ -3,8 +3,6 @@
 #include <QRandomGenerator>
 #include <QTest>
 
-#include <limits>
-
 using Spans = std::vector<SpanIndex::Span>;
 
 class SpanIndexTest : public QObject
@@ -12,21 +10,6 @@ class SpanIndexTest : public QObject
     Q_OBJECT
 
 private slots:
-    void normalises()
-    {
-        constexpr qint64 most = std::numeric_limits<qint64>::max();
-        const std::pair<Spans, Spans> cases[]{{{{5, 5}, {9, 3}}, {}}, {{{10, 20}, {20, 30}}, {{10, 30}}},
-            {{{-most, 0}, {10, most}}, {{-900'000'000'000'000, 0}, {10, 900'000'000'000'000}}}};
-        for (const auto &[given, kept] : cases)
-            QCOMPARE(SpanIndex(given).spans(), kept);
-        const QVariantList maps{QVariantMap{{"start", 10}, {"end", 20.0}}, "text", QVariant(), 7,
-            QVariantMap{{"start", "x"}}, QVariantMap{{"start", "30"}, {"end", 40}}};
-        QCOMPARE(SpanIndex::fromVariantList(maps).spans(), (Spans{{10, 20}, {30, 40}}));
-        const SpanIndex index(Spans{{0, 10}, {20, 30}});
-        QVERIFY(index.runs(0, 100, -5).empty() && index.runs(100, 0, 10).empty());
-        QVERIFY(!index.runs(-most, most, 100).empty());
-    }
-
     void agreesWithCountingMilliseconds()
     {
         QRandomGenerator random(42);

@@ -1,9 +1,7 @@
 #include "live/CameraFilterModel.h"
 #include "live/CameraListModel.h"
-#include "support/LogCapture.h"
 
 #include <QAbstractItemModelTester>
-#include <QLoggingCategory>
 #include <QSignalSpy>
 #include <QTest>
 
@@ -39,22 +37,6 @@ private slots:
         model.setCameras({camera("2", "Yard"), camera("1", "Gate")});
         QCOMPARE(model.cameraStateById("1"), "");
         QCOMPARE(model.cameraIds(), QStringList({"2", "1"}));
-    }
-
-    void statusesAreLoggedWithoutSecrets()
-    {
-        CameraListModel model;
-        model.setCameras({camera("1", "Gate")});
-        LogCapture log;
-        QLoggingCategory::setFilterRules("zorvel.status.debug=true");
-        model.updateStatuses({{"1", "recording", "rtsp://u:p@h"}, {"9", "offline", ""}});
-        QLoggingCategory::setFilterRules({});
-        model.updateStatus("1", "error", "no signal from rtsp://u:p@h");
-        QCOMPARE(log.taken(),
-            QStringList({"debug zorvel.status: updateStatuses: id=1 state=recording error=rtsp://h",
-                "debug zorvel.status: updateStatuses: no camera for id=9 state=offline (not in model)",
-                "info zorvel.status: updateStatuses: 2 received, 1 matched, 1 unmatched, model has 1 cameras",
-                "info zorvel.status: updateStatus(WS): id=1 state=error error=no signal from rtsp://h"}));
     }
 
     void filtering()

@@ -153,40 +153,6 @@ private slots:
         QVERIFY(isBlack(m_player.get()));
     }
 
-    void sourceRules()
-    {
-        const Diary diary(m_player.get());
-        m_player->setSource(m_camera->url());
-        show(m_camera->url());
-        m_player->setSource(m_camera->url());
-        QTest::qWait(300);
-        QCOMPARE(m_camera->connections(), 1);
-        QCOMPARE(diary.count("loading"), 1);
-
-        const QString url = m_recorder->url() + "/segment.mp4";
-        for (int times = 2; times <= 3; ++times) {
-            m_player->setSource(url);
-            QCOMPARE(diary.count("loading"), times);
-            QTRY_COMPARE_WITH_TIMEOUT(diary.count("first frame"), times, patienceMs);
-        }
-        m_player->setSource(QString());
-        QCOMPARE(m_player->state(), "idle");
-        QVERIFY(isBlack(m_player.get()));
-    }
-
-    void failures()
-    {
-        m_recorder->on("GET /none", {.status = 404});
-        for (const QString &url : {closedAddress(), QString(QFINDTESTDATA("tst_MpvObject.cpp")),
-                 QString("/nowhere/nothing.mp4"), m_recorder->url() + "/none"}) {
-            const Diary diary(m_player.get());
-            m_player->setSource(url);
-            QTRY_COMPARE_WITH_TIMEOUT(m_player->state(), "error", patienceMs);
-            QCOMPARE(diary.text(), "loading, error");
-        }
-        show(m_camera->url());
-    }
-
     void newerLoadSilencesTheOlder()
     {
         const Diary diary(m_player.get());
@@ -202,68 +168,15 @@ private slots:
         QCOMPARE(diary.count("error") + diary.count("idle") + diary.count("ended"), 0);
     }
 
-    void handlersMayLoadAnother()
-    {
-        const Diary diary(m_player.get());
-        const QString base = m_recorder->url();
-        connect(m_player.get(), &MpvObject::hasVideoChanged, this, [this, base] {
-            if (m_player->hasVideo() && m_player->source() == base + "/1.mp4")
-                m_player->setSource(base + "/2.mp4");
-        });
-        connect(m_player.get(), &MpvObject::stateChanged, this, [this, base] {
-            if (m_player->state() == "playing" && m_player->source() == base + "/2.mp4")
-                m_player->setSourceAndSeek(base + "/3.mp4", 58);
-            else if (m_player->state() == "idle")
-                m_player->setSource(base + "/4.mp4");
-        });
-        m_player->setSource(base + "/1.mp4");
-        QTRY_COMPARE_WITH_TIMEOUT(diary.count("first frame"), 2, 2 * patienceMs);
-        // Nothing is told of a file after another took its place, and the seek is for the third one.
-        QCOMPARE(diary.text(),
-            "loading, playing, video, loading, no video, playing, loading, playing, video, first frame, "
-            "idle, "
-            "loading, no video, playing, video, first frame");
-    }
-
-    void seeksWhenTheFileIsOpen()
-    {
-        m_player->setHttpHeaderFields("Authorization: Bearer of-the-test");
-        connect(m_player.get(), &MpvObject::firstFrameRendered, this, [&] { m_player->setPaused(true); });
-        m_player->setSourceAndSeek(m_recorder->url() + "/segment.mp4", 12.5);
-        QTRY_VERIFY_WITH_TIMEOUT(m_player->hasVideo(), patienceMs);
-        QTRY_VERIFY(m_player->position() >= 11.9);
-        QVERIFY2(m_player->position() < 13.5, qPrintable(QString::number(m_player->position())));
-        QVERIFY(qAbs(m_player->duration() - 60) < 0.5);
-        QCOMPARE(m_recorder->requests().last().headers.value("authorization"), "Bearer of-the-test");
-
-        m_player->setPaused(false);
-        m_player->seekTo(59.2);
-        QSignalSpy ended(m_player.get(), &MpvObject::fileEnded);
-        QTRY_COMPARE_WITH_TIMEOUT(ended.count(), 1, patienceMs);
-        QCOMPARE(m_player->state(), "idle");
-        // The offset was for that load only.
-        show(m_recorder->url() + "/other.mp4");
-        QTRY_VERIFY(m_player->position() < 2);
-    }
-
     void settingsMadeBeforehandCount()
     {
         m_player->setPaused(true);
-        m_player->setSpeed(4);
         m_player->setStretch(true);
         m_player->setHeight(360);
         show(m_recorder->url() + "/segment.mp4");
         QVERIFY(showsPicture(m_player.get()));
         QTest::qWait(700);
         QVERIFY(m_player->position() < 0.5);
-
-        m_player->setPaused(false);
-        QElapsedTimer clock;
-        clock.start();
-        const double from = m_player->position();
-        QTRY_VERIFY_WITH_TIMEOUT(m_player->position() - from > 4, patienceMs);
-        QVERIFY2(clock.elapsed() < 3000, qPrintable(QString::number(clock.elapsed())));
-
         m_player->setStretch(false);
         QTRY_VERIFY(isBlack(m_player.get()));
     }
@@ -319,26 +232,6 @@ private slots:
         QVERIFY2(redraws < 25, qPrintable(QString::number(redraws)));
     }
 
-    void movesToAnotherWindow()
-    {
-        const Diary diary(m_player.get());
-        show(m_camera->url());
-
-        const auto other = makeWindow();
-        m_player->setParentItem(other->contentItem());
-        QTRY_VERIFY_WITH_TIMEOUT(m_player->hasVideo(), patienceMs);
-        QVERIFY(showsPicture(m_player.get()));
-        QTest::qWait(500);
-        QCOMPARE(diary.text(),
-            "loading, playing, video, first frame, loading, no video, playing, video, first frame");
-
-        // The old window is gone before the player comes back from the other one.
-        m_window = makeWindow();
-        m_player->setParentItem(m_window->contentItem());
-        QTRY_VERIFY_WITH_TIMEOUT(m_player->hasVideo(), patienceMs);
-        QVERIFY(showsPicture(m_player.get()));
-    }
-
     void shadersAndSoftwareDrawTheSame()
     {
         QList<QImage> pictures;
@@ -369,73 +262,32 @@ private slots:
         QVERIFY2(mean < 8, qPrintable(QString::number(mean)));
     }
 
-    void restsWhileTheWindowIsHidden()
-    {
-        m_player->setSource(m_camera->url());
-        QTRY_VERIFY_WITH_TIMEOUT(m_player->framesDelivered() > 5, patienceMs);
-        m_window->hide();
-        QTRY_COMPARE(m_player->lastFrameAgeMs(), -1);
-        QCOMPARE(m_player->state(), "playing");
-        // What is asked for meanwhile waits as well.
-        ClipCamera second(ZORVEL_TEST_CLIP);
-        m_player->setSource(second.url());
-        QTest::qWait(500);
-        QCOMPARE(m_player->state(), "loading");
-        QCOMPARE(second.connections(), 0);
-
-        m_window->show();
-        QTRY_VERIFY_WITH_TIMEOUT(m_player->hasVideo(), patienceMs);
-        QCOMPARE(second.connections(), 1);
-        QVERIFY(showsPicture(m_player.get()));
-    }
-
-    void closingManyBlocksNothing_data()
-    {
-        QTest::addColumn<bool>("withWindow");
-        QTest::newRow("cells") << false;
-        QTest::newRow("window") << true;
-    }
-
     void closingManyBlocksNothing()
     {
-        QFETCH(bool, withWindow);
         auto players = playingWall(16);
 
         const GuiBlock block;
-        if (withWindow) {
-            m_window->close();
-            QTest::qWait(20);
-            m_window.reset();
-        }
+        players.erase(players.begin(), players.begin() + 8);
+        QTest::qWait(20);
+        m_window->close();
+        QTest::qWait(20);
+        m_window.reset();
         players.clear();
         QTest::qWait(500);
-        // Waiting for each in turn takes more than a second and a half.
+        // Waiting for each in turn takes more than three quarters of a second.
         QVERIFY2(block.longestMs() < 400, qPrintable(QString::number(block.longestMs())));
     }
 
-    void unansweredConnectionHoldsNothingUp()
-    {
-        QTcpServer mute;
-        QVERIFY(mute.listen(QHostAddress::LocalHost));
-        const QString url = QString("rtsp://127.0.0.1:%1/cam").arg(mute.serverPort());
-        const GuiBlock block;
-        auto second = makePlayer(m_window.get());
-        m_player->setSource(url);
-        second->setSource(url);
-        QTRY_VERIFY_WITH_TIMEOUT(mute.hasPendingConnections(), patienceMs);
-        QTest::qWait(200);
-        m_player->setSource(m_camera->url());
-        second.reset();
-        QTRY_VERIFY_WITH_TIMEOUT(m_player->hasVideo(), patienceMs);
-        QVERIFY2(block.longestMs() < 400, qPrintable(QString::number(block.longestMs())));
-    }
-
+    // What libmpv says goes to the standard error stream, which is read from outside.
     void secretsStayOutOfTheLog()
     {
-        const QString url = closedAddress("watchman:hunter2@");
         if (qEnvironmentVariableIsSet("ZORVEL_TEST_CHILD")) {
-            for (const QString &source : {url, "tcp" + url.mid(4)}) {
-                m_player->setSource(source);
+            QTcpServer closed;
+            QVERIFY(closed.listen(QHostAddress::LocalHost));
+            const QString address = QString("://watchman:hunter2@127.0.0.1:%1/cam").arg(closed.serverPort());
+            closed.close();
+            for (const QString scheme : {"rtsp", "tcp"}) {
+                m_player->setSource(scheme + address);
                 QTRY_COMPARE_WITH_TIMEOUT(m_player->state(), "error", patienceMs);
             }
             return;
@@ -449,8 +301,7 @@ private slots:
         QVERIFY(child.waitForFinished(30000));
         const QByteArray log = child.readAll();
         QCOMPARE(child.exitCode(), 0);
-        QVERIFY2(log.contains("[mpv/"), log);
-        QVERIFY2(log.contains("/cam"), log);
+        QVERIFY2(log.contains("[mpv/") && log.contains("/cam"), log);
         QVERIFY2(!log.contains("hunter2") && !log.contains("watchman"), log);
     }
 
@@ -471,14 +322,6 @@ private:
         QTest::qWait(3000);
         const double seconds = double(clock.elapsed()) / 1000;
         return {double(player.framesDelivered() - before) / seconds, double(redraws.count()) / seconds};
-    }
-
-    // Where nobody listens.
-    static QString closedAddress(const QString &user = {})
-    {
-        QTcpServer closed;
-        closed.listen(QHostAddress::LocalHost);
-        return QString("rtsp://%1127.0.0.1:%2/cam").arg(user, QString::number(closed.serverPort()));
     }
 
     std::vector<std::unique_ptr<MpvObject>> playingWall(int count)

@@ -59,7 +59,6 @@ private slots:
             " | sub S > load 0 S | error 0 > stop 0, error | retry > loading, load 0 S"
             " | frame 0 > front 0, playing");
         row("the picture fails during a switch", upgrading + " | error 0 > stop 0, stop 1, error");
-        row("stray reports of an idle machine", "retry > | frame -1 > | error -1 >");
         row("stray reports",
             playing
                 + " | frame -1 > | frame 0 > | frame 1 > | frame 2 > | error -1 > | error 1 > | error 2 >"

@@ -22,12 +22,6 @@ private slots:
         s_reports.take();
     }
 
-    void cleanup()
-    {
-        m_client.reset();
-        m_server.reset();
-    }
-
     void addresses()
     {
         const auto channel = [](const char *server) { return WSClient::eventChannelUrl(server); };
@@ -47,10 +41,7 @@ private slots:
             "cameraStatusChanged|1|error|http:/u?token=geheim");
         row("camera_status", "null", "cameraStatusChanged|||");
         row("camera_added", R"({"id":"1","camera_id":"2"})", "cameraAdded|1");
-        row("camera_added", R"({"id":1})", "cameraAdded|");
-        row("camera_updated", R"({"id":"1"})", "cameraUpdated|1");
         row("camera_deleted", R"({"camera_id":"2","id":"1"})", "cameraDeleted|2");
-        row("incident", R"({"id":"i","severity":9})", R"(incidentReceived|{"id":"i","severity":9}|true)");
         row("incident", "[1]", "incidentReceived|{}|true");
         row("incident_updated", R"({"severity":9007199254740993})",
             R"(incidentReceived|{"severity":9007199254740993}|false)");
@@ -81,27 +72,25 @@ private slots:
         connect(m_client.get(), &WSClient::needsToken, this, [this] { m_client->setToken("fresh"); });
         QSignalSpy changed(m_client.get(), &WSClient::connectionChanged);
         QWebSocket *server = connected();
-        QCOMPARE(server->request().url().path(), "/client-api/ws");
         QCOMPARE(server->request().rawHeader("Authorization"), "Bearer tökén");
         QCOMPARE(server->request().rawHeader("X-Request-ID").size(), 36);
-        m_client->setToken("another");
-        QVERIFY(m_client->isConnected());
         server->close();
         QCOMPARE(skipWait(), 1000);
         QTRY_VERIFY(m_client->isConnected());
         QCOMPARE(changed.size(), 3);
-        QCOMPARE(accepted()->request().rawHeader("Authorization"), "Bearer fresh");
+        server = accepted();
+        QCOMPARE(server->request().rawHeader("Authorization"), "Bearer fresh");
         QCOMPARE(breadcrumbs(),
             QStringList({"connected|info", "disconnected, will reconnect|warning", "connected|info"}));
+        server->abort();
+        QCOMPARE(skipWait(), 1000);
     }
 
     void refusedAttemptsBackOff_data()
     {
         QTest::addColumn<QByteArray>("answer");
         QTest::newRow("nobody listens") << QByteArray("dead");
-        QTest::newRow("closed without an answer") << QByteArray("close");
         QTest::newRow("no answer") << QByteArray();
-        QTest::newRow("401") << QByteArray("HTTP/1.1 401 Unauthorized\r\nContent-Length: 0\r\n\r\n");
         QTest::newRow("upgrade with a wrong key") << QByteArray(
             "HTTP/1.1 101 Switching Protocols\r\nUpgrade: websocket\r\n"
             "Connection: Upgrade\r\nSec-WebSocket-Accept: AAAAAAAAAAAAAAAAAAAAAAAAAAA=\r\n\r\n");
@@ -117,10 +106,7 @@ private slots:
             QTcpSocket *socket = server.nextPendingConnection();
             connect(socket, &QTcpSocket::readyRead, socket, [socket, answer] {
                 socket->readAll();
-                if (answer == "close")
-                    socket->close();
-                else
-                    socket->write(answer);
+                socket->write(answer);
             });
         });
         if (answer == "dead")
@@ -133,18 +119,6 @@ private slots:
             QCOMPARE(skipWait(), delayMs);
         QTRY_VERIFY(timer("reconnectTimer")->isActive());
         QCOMPARE(breadcrumbs(), QStringList(8, "disconnected, will reconnect|warning"));
-    }
-
-    void connectionResetsTheBackOff()
-    {
-        connected();
-        for (const int delayMs : {1000, 2000}) {
-            m_server.reset();
-            QCOMPARE(skipWait(), delayMs);
-        }
-        listen();
-        connected()->abort();
-        QCOMPARE(skipWait(), 1000);
     }
 
     void stopsWithoutToken()
@@ -167,7 +141,7 @@ private slots:
         QTRY_VERIFY(!m_client->isConnected());
         QVERIFY(!isBusy());
 
-        // The next connection is kept open again; a close while waiting, or during an attempt, ends that.
+        // A close while waiting, or during an attempt, ends that.
         connected()->close();
         QTRY_VERIFY(timer("reconnectTimer")->isActive());
         m_client->disconnect();
@@ -178,20 +152,6 @@ private slots:
         QTest::qWait(50);
         QVERIFY(!m_client->isConnected() && !isBusy());
         QCOMPARE(breadcrumbs(), QStringList("disconnected (intentional)|info"));
-    }
-
-    void replacesAConnection()
-    {
-        QWebSocket *first = connected();
-        QSignalSpy closed(first, &QWebSocket::disconnected);
-        m_client->connectTo(url(), "second");
-        m_client->connectTo(url(), "third");
-        QVERIFY(!m_client->isConnected());
-        QTRY_VERIFY(m_client->isConnected());
-        QTRY_COMPARE(closed.size(), 1);
-        QTest::qWait(50);
-        QVERIFY(m_client->isConnected() && !isBusy());
-        QCOMPARE(breadcrumbs(), QStringList({"connected|info", "connected|info"}));
     }
 
 private:

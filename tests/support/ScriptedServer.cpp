@@ -33,17 +33,10 @@ void ScriptedServer::release()
     }
 }
 
-QList<ScriptedServer::Request> ScriptedServer::requestsTo(const QByteArray &route) const
+QList<ScriptedServer::Request> ScriptedServer::asked(const QByteArray &routeEnd) const
 {
     QList<Request> matching = m_requests;
-    matching.removeIf([&](const Request &request) { return request.method + ' ' + request.path() != route; });
-    return matching;
-}
-
-QList<ScriptedServer::Request> ScriptedServer::asked(const QByteArray &pathEnd) const
-{
-    QList<Request> matching = m_requests;
-    matching.removeIf([&](const Request &request) { return !request.path().endsWith(pathEnd); });
+    matching.removeIf([&](const Request &request) { return !request.route().endsWith(routeEnd); });
     return matching;
 }
 
@@ -82,9 +75,8 @@ bool ScriptedServer::takeRequest(QTcpSocket *socket)
     input.remove(0, headEnd + 4 + length);
     m_requests.append(request);
 
-    const QByteArray route = request.method + ' ' + request.path();
-    const bool isOther = m_otherwise && !m_answers.contains(route);
-    const Answer answer = isOther ? m_otherwise(request) : m_answers.value(route, {.status = 404});
+    const bool isOther = m_otherwise && !m_answers.contains(request.route());
+    const Answer answer = isOther ? m_otherwise(request) : m_answers.value(request.route(), {.status = 404});
     if (answer.held)
         m_held.append({socket, answer});
     else
@@ -94,32 +86,18 @@ bool ScriptedServer::takeRequest(QTcpSocket *socket)
 
 void ScriptedServer::send(QTcpSocket *socket, const Answer &answer)
 {
-    const qint64 length = answer.streamBytes > 0 ? answer.streamBytes : answer.body.size();
     QByteArray head = "HTTP/1.1 " + QByteArray::number(answer.status) + " Scripted\r\n";
     for (const QByteArray &header : answer.headers)
         head += header + "\r\n";
     if (answer.status != 204)
-        head += "Content-Length: " + QByteArray::number(length) + "\r\n";
+        head += "Content-Length: " + QByteArray::number(answer.body.size()) + "\r\n";
     socket->write(head + "\r\n");
-    if (answer.streamBytes > 0) {
-        stream(socket, answer.streamBytes);
-    } else if (answer.breakAfter >= 0) {
+    if (answer.breakAfter >= 0) {
         socket->write(answer.body.left(answer.breakAfter));
         socket->disconnectFromHost();
     } else {
         socket->write(answer.hangAfter >= 0 ? answer.body.left(answer.hangAfter) : answer.body);
     }
-}
-
-void ScriptedServer::stream(QTcpSocket *socket, qint64 bytes)
-{
-    const auto left = std::make_shared<qint64>(bytes);
-    const auto more = [socket, left] {
-        while (*left > 0 && socket->bytesToWrite() < 256 * 1024)
-            *left -= socket->write(QByteArray(std::min<qint64>(*left, 64 * 1024), '\0'));
-    };
-    connect(socket, &QTcpSocket::bytesWritten, socket, more);
-    more();
 }
 
 ScriptedServer::Answer ScriptedServer::file(const Request &request, const QByteArray &content)

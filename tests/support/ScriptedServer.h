@@ -29,6 +29,7 @@ public:
         QByteArray body = {};
 
         QByteArray path() const { return target.split('?').first(); }
+        QByteArray route() const { return method + ' ' + path(); }
         /// One value of the query, decoded.
         QString item(const QString &key) const;
     };
@@ -44,8 +45,6 @@ public:
         /// Break the connection after so many bytes of the body, or send nothing more; -1 sends all of it.
         qint64 breakAfter = -1;
         qint64 hangAfter = -1;
-        /// Instead of the body: so many zero bytes, made as the client takes them.
-        qint64 streamBytes = 0;
     };
 
     ScriptedServer();
@@ -67,15 +66,13 @@ public:
     static Answer streamAt(const QString &url) { return {.body = "{\"url\": \"" + url.toUtf8() + "\"}"}; }
 
     const QList<Request> &requests() const { return m_requests; }
-    QList<Request> requestsTo(const QByteArray &route) const;
-    /// Those whose path ends like this.
-    QList<Request> asked(const QByteArray &pathEnd) const;
+    /// Those to a "<METHOD> <path>" that ends like this.
+    QList<Request> asked(const QByteArray &routeEnd) const;
 
 private:
     void read(QTcpSocket *socket);
     bool takeRequest(QTcpSocket *socket);
     static void send(QTcpSocket *socket, const Answer &answer);
-    static void stream(QTcpSocket *socket, qint64 bytes);
 
     struct HeldAnswer
     {
