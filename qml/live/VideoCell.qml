@@ -66,6 +66,14 @@ T.AbstractButton {
         color: Theme.videoSurface
     }
 
+    // The line between cells: a surface behind all of them would be drawn anew with every picture.
+    Rectangle {
+        anchors.fill: parent
+        anchors.margins: -1
+        visible: !root.maximized
+        color: "transparent"
+        border.color: Theme.surfaceMedium
+    }
     HoverHandler {
         id: hover
 

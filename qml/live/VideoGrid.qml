@@ -201,10 +201,6 @@ FocusScope {
         focus: true
         Keys.onPressed: event => keys.handle(event)
 
-        Rectangle {
-            anchors.fill: parent
-            color: Theme.surfaceMedium
-        }
         StreamLayer {
             id: streams
 

@@ -8,6 +8,8 @@
 #include "live/RedrawGatherer.h"
 
 #include <QQuickWindow>
+#include <QSGGeometryNode>
+#include <QSGMaterial>
 
 #include <mpv/client.h>
 
@@ -26,6 +28,17 @@ bool isNetworkUrl(const QString &url)
 QByteArray secondsText(double seconds)
 {
     return QByteArray::number(seconds, 'f', 3);
+}
+
+// The framebuffer object is always filled with a picture or with black, which its texture cannot say: blended,
+// every pixel under it would be drawn and read for nothing.
+void drawOpaque(QSGGeometryNode *node)
+{
+    QSGMaterial *material = node ? node->opaqueMaterial() : nullptr;
+    if (!material || !material->flags().testFlag(QSGMaterial::Blending))
+        return;
+    material->setFlag(QSGMaterial::Blending, false);
+    node->markDirty(QSGNode::DirtyMaterial);
 }
 
 } // namespace
@@ -328,7 +341,9 @@ QSGNode *MpvObject::updatePaintNode(QSGNode *node, UpdatePaintNodeData *data)
         return nullptr;
     if (m_gatherer && m_positionTimer.isActive())
         m_gatherer->noteDrawn(this, m_playerPosition);
-    return QQuickFramebufferObject::updatePaintNode(node, data);
+    QSGNode *drawn = QQuickFramebufferObject::updatePaintNode(node, data);
+    drawOpaque(static_cast<QSGGeometryNode *>(drawn));
+    return drawn;
 }
 
 void MpvObject::itemChange(ItemChange change, const ItemChangeData &value)
