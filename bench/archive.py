@@ -17,9 +17,9 @@ import urllib.request
 from archivepage import ArchivePage
 from baselines import IdlePlayer, Players
 from figures import median
-from harness import processes
 from harness.waiting import wait_until
 from setting import run
+import usage
 
 SEGMENT_MS = 30000
 MINUTE_MS = 60000
@@ -118,8 +118,8 @@ def measure_export(bench):
     def client_seconds():
         by_client.unlink(missing_ok=True)
         started = time.monotonic()
-        page.probe.call_context("exportModel", "exportDirect", camera, instant(begin),
-                                instant(begin + minutes * MINUTE_MS), by_client.as_uri())
+        page.probe.invoke("exportModel.exportDirect", camera, instant(begin), instant(begin + minutes * MINUTE_MS),
+                          by_client.as_uri())
         wait_until(by_client.exists, 120, "the export", interval=0.002)
         return time.monotonic() - started
 
@@ -149,8 +149,8 @@ def measure_cpu(bench):
     page = ArchivePage(bench.desktop, bench.recorder)
     page.play(cameras, base + 2000)
     time.sleep(5)
-    client = processes.cpu_rate([page.client.pid], seconds)
-    memory = processes.memory_mb(page.client.pid)
+    client = usage.cpu_rate([page.client.pid], seconds)
+    memory = usage.memory_mb(page.client.pid)
     cell = page.cell_size("ArchiveCell")
     page.stop()
     for options in ([], ["--gpu-sw=yes", "--vo=gpu"]):
@@ -158,7 +158,7 @@ def measure_cpu(bench):
                           [f"--http-header-fields={authorization(bench)}", "--start=2", "--force-window=yes", *options])
         output = players.video_output()
         time.sleep(5)
-        playing = processes.cpu_rate(players.pids, seconds)
+        playing = usage.cpu_rate(players.pids, seconds)
         player_memory = players.memory_mb() * len(cameras)
         players.stop()
         bench.report.line(f"beside mpv ({' '.join(options) or 'default, vo ' + output})", client, "s/s", playing)

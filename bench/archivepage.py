@@ -25,10 +25,10 @@ class MouseButton:
         self._flush(self._display)
 
     def click(self):
-        """Presses and releases; returns when it was released, in ns of the monotonic clock."""
+        """Presses and releases; returns when it was released, by the monotonic clock."""
         self._turn(True)
         time.sleep(0.1)
-        released = time.monotonic_ns()
+        released = time.monotonic()
         self._turn(False)
         return released
 
@@ -48,32 +48,26 @@ class ArchivePage:
         ui.open_page("playback")
 
     def call(self, method, *arguments):
-        return self.probe.ask("invoke", selector={**_PAGE, "shown": True}, call=method, args=list(arguments))
+        return self.probe.invoke(method, *arguments, **_PAGE)
 
     def play(self, cameras, from_ms):
         """Shows these cameras from a moment on."""
-        self._watch(later=True)
         for camera in cameras:
             self.call("toggleCamera", camera)
         wait_until(lambda: self.probe.context("timelineModel", "hasData"), 20, "the recording range")
+        begin = time.monotonic()
         self.call("playFrom", from_ms)
-        self.wait_pictures(len(cameras))
+        self._wait_frames("[mpv] first frame", begin, len(cameras))
         time.sleep(2)
-        self.probe.ask("stopSignals")
-        self._watch(later=False)
+        if len(cameras) == 1:
+            self.probe.evaluate("firstFrameRendered.connect(() => console.info('shown alone'))", name="singleVideo")
 
-    def _watch(self, later):
-        self.probe.ask("watchSignals", type="MpvObject", signal="firstFrameRendered", get=[], later=later)
-
-    def wait_pictures(self, count=1):
-        """Waits for so many first frames; returns when they came, in ns of the monotonic clock."""
-        seen = []
-
-        def all_came():
-            seen.extend(note["atNs"] for note in self.probe.ask("takeSignals"))
-            return len(seen) >= count
-        wait_until(all_came, 30, lambda: f"{count} first frames; there were {len(seen)}", interval=0.02)
-        return seen
+    def _wait_frames(self, text, since, count=1):
+        """Waits for so many first frames, logged with a text, after a time of the monotonic clock; returns when they came."""
+        def seen():
+            return [at for at, _ in self.client.log_times(text) if at > since]
+        wait_until(lambda: len(seen()) >= count, 30, lambda: f"{count} first frames; there were {seen()}", interval=0.02)
+        return seen()
 
     def playing(self):
         return self.probe.value("playing", type="PlaybackControls")
@@ -88,9 +82,8 @@ class ArchivePage:
         self.call("setViewRange", moment_ms - view_ms // 2, moment_ms + view_ms // 2)
         self.desktop.move(*self.probe.item(name="timeline").centre)
         time.sleep(0.5)
-        self.probe.ask("takeSignals")
         released = self.button.click()
-        seconds = (self.wait_pictures()[0] - released) / 1e9
+        seconds = self._wait_frames("shown alone", released)[0] - released
         playhead = self.probe.value("playheadTime", **_PAGE)
         assert abs(playhead - moment_ms) < 5000, f"the click on {moment_ms} led to {playhead}"
         return seconds

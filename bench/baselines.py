@@ -9,6 +9,7 @@ import time
 
 from harness import processes
 from harness.waiting import wait_until
+import usage
 
 _MPV = ["mpv", "--no-config", "--no-audio", "--no-border", "--osc=no", "--rtsp-transport=tcp"]
 
@@ -65,7 +66,7 @@ class Players:
         for process, log in zip(self.processes, self.logs):
             if process.poll() is not None:
                 raise RuntimeError(f"mpv ended with {process.returncode}: {log.read_text(errors='replace')[-600:]}")
-        return sum(processes.memory_mb(pid) for pid in self.pids) / len(self.pids)
+        return sum(usage.memory_mb(pid) for pid in self.pids) / len(self.pids)
 
     def stop(self):
         for each in self.processes:

@@ -11,11 +11,11 @@ import time
 
 from baselines import Decoders, IdlePlayer, Players
 from figures import median
-from harness import processes
 from harness.programs import Client, Home
 from harness.waiting import wait_until
 from livegrid import PRESET_FOR, LiveGrid
 from setting import LOGIN, PASSWORD, run
+import usage
 
 # Every eighth has no sub stream, and 64 that have one are wanted.
 CAMERAS = 80
@@ -44,7 +44,7 @@ def measure_cpu(bench):
         grid.wait_playing(count)
         time.sleep(3)
         client = grid.cpu_rate(seconds) / count
-        frames = grid.blocks_while(lambda: None, 3)[1]
+        frames = grid.blocks_while(lambda: None, 3)[1]["frames"]
         memory[count] = grid.memory_mb()
         cell = grid.cell_size()
         grid.stop()
@@ -52,11 +52,11 @@ def measure_cpu(bench):
         decode_wanted, player_wanted = ratio_wanted.get(count, (None, None))
         decoders = Decoders(urls)
         time.sleep(3 + count / 16)
-        decoding = processes.cpu_rate(decoders.pids, seconds) / count
+        decoding = usage.cpu_rate(decoders.pids, seconds) / count
         decoders.stop()
         bench.report.line(f"{count:2} streams, beside ffmpeg decoding", client, "s/s", decoding,
                           ratio_at_most=decode_wanted,
-                          note=f"({frames['frames'] / frames['seconds']:.0f} redraws a second)")
+                          note=f"({frames / 3:.0f} redraws a second)")
 
         for options in ([], ["--gpu-sw=yes", "--vo=gpu"]):
             if options and count > 16:
@@ -64,7 +64,7 @@ def measure_cpu(bench):
             players = Players(bench.desktop, urls, cell, bench.home.path, options)
             output = players.video_output()
             time.sleep(3)
-            playing = processes.cpu_rate(players.pids, seconds) / count
+            playing = usage.cpu_rate(players.pids, seconds) / count
             player_memory = players.memory_mb()
             players.stop()
             bench.report.line(f"{count:2} streams, beside mpv ({' '.join(options) or 'default, vo ' + output})", client,
@@ -87,16 +87,14 @@ def measure_first_frame(bench):
     decoders.stop()
     grid = new_grid(bench)
     grid.arrange("3x3", [""] * 9)
-    grid.probe.ask("watchSignals", type="CameraStreamView", signal="displayStateChanged",
-                   get=["displayState", "cameraId"])
     taken = []
     for camera in cameras:
-        begin = time.monotonic_ns()
+        begin = time.monotonic()
         grid.assign(0, camera)
+        grid.log_states(camera)
         grid.wait_playing(1)
-        playing = [note["atNs"] for note in grid.probe.ask("takeSignals")
-                   if note["values"] == {"displayState": "playing", "cameraId": camera}]
-        taken.append((playing[0] - begin) / 1e6)
+        shown, _ = grid.client.log_times(f"{camera} is playing")[0]
+        taken.append((shown - begin) * 1000)
         cell = grid.cell_size()
         grid.clear(0)
         time.sleep(1)
@@ -116,7 +114,7 @@ def measure_blocks(bench):
         bench.report.line(f"GUI thread, {what}", stall["longestMs"], "ms", at_most=at_most,
                           note=f"({stall['waitedMs']:.0f} ms more without a processor)")
         bench.report.line(f"render thread, {what}", frames["frameMs"], "ms", at_most=100,
-                          note=f"(synchronising {frames['syncMs']:.0f} ms, rendering {frames['renderMs']:.0f} ms)")
+                          note=f"({frames['waitedMs']:.0f} ms more without a processor)")
 
     grid = new_grid(bench)
     cameras = bench.cameras[:64]
@@ -163,10 +161,11 @@ def measure_start(bench):
         begin = time.monotonic_ns()
         client = Client(home, bench.desktop, debug_log=False, program=program).start()
         client.probe.item(**shown)
-        frames = wait_until(lambda: [each for each in client.probe.ask("readFrames") if each["frames"]], 20, "a frame")
+        wait_until(lambda: client.probe.ask("readFrames")["frames"], 20, "a frame")
+        first_ns = client.probe.ask("readFrames")["firstAtNs"]
         client.kill()
         home.remove()
-        return (frames[0]["firstAtNs"] - begin) / 1e6
+        return (first_ns - begin) / 1e6
 
     bare = [first_frame_ms("bench/zorvel-bench-bare", {"type": "TextField"}) for _ in range(5)]
     client = [first_frame_ms("src/app/zorvel-client", {"name": "serverField"}) for _ in range(5)]

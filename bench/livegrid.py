@@ -2,14 +2,13 @@
 
 import time
 
-from harness import processes
 from harness.operator import Operator
 from harness.programs import Client, Home
 from harness.waiting import wait_until
 from setting import LOGIN, PASSWORD
+import usage
 
 PRESET_FOR = {1: "2x2", 4: "2x2", 16: "4x4", 64: "8x8"}
-GRID = {"type": "VideoGrid", "name": None}
 
 
 class LiveGrid:
@@ -37,8 +36,14 @@ class LiveGrid:
     def clear(self, slot):
         self._call("clearSlot", slot)
 
+    def log_states(self, camera):
+        """Lets the client log every state of the camera's view from now on."""
+        view = {"type": "CameraStreamView", "shown": None, "cameraId": camera}
+        self.probe.item(**view)
+        self.probe.evaluate("displayStateChanged.connect(() => console.info(cameraId, 'is', displayState))", **view)
+
     def _call(self, method, *arguments):
-        self.probe.ask("invoke", selector={"type": "VideoGrid"}, call=method, args=list(arguments))
+        self.probe.invoke(method, *arguments, type="VideoGrid")
 
     def views(self):
         return self.probe.items(["displayState", "cameraId"], type="CameraStreamView")
@@ -54,10 +59,10 @@ class LiveGrid:
         return view.width, view.height
 
     def memory_mb(self):
-        return processes.memory_mb(self.client.pid)
+        return usage.memory_mb(self.client.pid)
 
     def cpu_rate(self, seconds):
-        return processes.cpu_rate([self.client.pid], seconds)
+        return usage.cpu_rate([self.client.pid], seconds)
 
     def blocks_while(self, action, settle):
         """(GUI thread, render thread): the longest block in ms while action() and so many seconds after it."""
@@ -68,7 +73,7 @@ class LiveGrid:
         stall = self.probe.ask("readStalls")
         frames = self.probe.ask("readFrames")
         self.probe.ask("stopStalls")
-        return stall, max(frames, key=lambda window: window["frames"])
+        return stall, frames
 
     def stop(self):
         self.client.kill()

@@ -5,9 +5,9 @@ import os
 import subprocess
 
 from figures import Report
-from harness import processes
 from harness.desktop import Desktop
 from harness.programs import BUILD, Home, Recorder
+import usage
 
 LOGIN, PASSWORD = "bench", "Bench-key-8151"
 
@@ -51,7 +51,7 @@ def run(description, parts, cameras, options=()):
     unknown = set(chosen.only.split(",")) - set(parts)
     if unknown:
         parser.error(f"no such part: {', '.join(sorted(unknown))}")
-    print(f"{os.cpu_count()} processors, {processes.busy_processors():.1f} of them busy with other things before the start")
+    print(f"{os.cpu_count()} processors, {usage.busy_processors():.1f} of them busy with other things before the start")
     bench = Bench(chosen, cameras)
     try:
         for name in chosen.only.split(","):

@@ -1,12 +1,10 @@
 """Saving clips: what is in the file is what was marked, and what cannot be saved leaves a word and no file."""
 
 import collections
-import contextlib
 import os
 import subprocess
-import time
 
-from harness import processes, video
+from harness import video
 from harness.playback import FRAME_MS, Playback
 from harness.testcase import ADMIN, EndToEndTest, main
 from harness.waiting import wait_until
@@ -18,7 +16,6 @@ STREAM = "/client-api/export/stream"
 
 class ExportTest(EndToEndTest):
     cameras = 4
-    clip_minutes = 60
 
     def setUp(self):
         super().setUp()
@@ -37,9 +34,8 @@ class ExportTest(EndToEndTest):
         return [line.rpartition("&init=")[2][0] for line in self.wiretap.request_lines() if STREAM in line]
 
     def assert_nothing_left(self, message):
-        """The export has ended with that message on the page and without a file."""
-        text = self.page.probe.item(["text"], timeout=60, name="exportError").values["text"]
-        self.assertEqual(text, message)
+        """The export ends with that message on the page and without a file."""
+        self.page.probe.item(timeout=60, name="exportError", text=message)
         self.assertFalse(self.page.export("downloading"))
         self.assertEqual(os.listdir(self.folder), [])
 
@@ -121,16 +117,14 @@ class ExportTest(EndToEndTest):
         page.ui.click(name="exportDownload")
         self.folder.rmdir()
         page.ui.click(text="Save")
-        wait_until(lambda: page.export("error"), 10, "an error")
+        wait_until(lambda: page.export("error").startswith(f"Cannot write to {self.folder}/"), 10, "an error")
         self.folder.mkdir()
-        self.assertTrue(page.export("error").startswith(f"Cannot write to {self.folder}/"), page.export("error"))
         page.ui.click(name="exportCancel")
 
         # Signed out.
         hold_second_window()
         page.ui.sign_out()
-        page.ui.click(name="continueButton")
-        page.ui.enter_account(*ADMIN)
+        page.ui.sign_in_again(*ADMIN)
         page.ui.open_page("playback")
         self.assert_nothing_left("The session ended before the export was complete")
         page.ui.click(name="exportCancel")
@@ -140,60 +134,25 @@ class ExportTest(EndToEndTest):
         page.wait_playing()
         hold_second_window()
         self.recorder.kill()
-        wait_until(lambda: page.export("error"), 60, "an error")
+        page.probe.item(timeout=60, name="exportError")
         self.recorder.start()
         self.assert_nothing_left("Connection closed")
 
-    @contextlib.contextmanager
-    def small_disk(self):
+    def test_tells_a_full_disk_from_one_that_cannot_be_written(self):
         done = subprocess.run(["mount", "-t", "tmpfs", "-o", "size=4m", "tmpfs", str(self.folder)], capture_output=True)
         if done.returncode != 0:
             self.skipTest("needs the right to mount a small disk: " + done.stderr.decode().strip())
-        try:
-            yield
-        finally:
-            subprocess.run(["umount", "-l", str(self.folder)], check=True)
-
-    def test_tells_a_full_disk_from_one_that_cannot_be_written(self):
-        with self.small_disk():
-            page = self.open_camera(0)
-            begin = (page.playhead() // MINUTE - 20) * MINUTE
-            page.choose_clip(begin, begin + 5 * MINUTE)
-            page.save_clip("clip.mp4")
-            self.assert_nothing_left(f"Disk write failed: {self.folder}/clip.mp4")
-            disk = os.statvfs(self.folder)
-            self.assertEqual(disk.f_bfree, disk.f_blocks, "the disk is free again")
-            subprocess.run(["mount", "-o", "remount,ro", str(self.folder)], check=True)
-            page.save_clip("clip.mp4")
-            wait_until(lambda: page.export("error") == f"Cannot write to {self.folder}/clip.mp4", 10, "an error")
-            self.assert_nothing_left(f"Cannot write to {self.folder}/clip.mp4")
-
-    def test_a_long_clip_takes_neither_memory_nor_the_window(self):
+        self.addCleanup(subprocess.run, ["umount", "-l", str(self.folder)], check=True)
         page = self.open_camera(0)
-        begin = (page.playhead() // MINUTE - self.clip_minutes - 70) * MINUTE
-        page.ui.click(name="navLast24h")
-        start, end = page.choose_clip(begin, begin + self.clip_minutes * MINUTE)
-        pid, used = self.client.pid, []
-        before = processes.memory_mb(pid)
-        begun = time.monotonic()
-        page.save_clip("long.mp4")
-        page.probe.ask("startStalls")
-        while page.export("downloading"):
-            used.append(processes.memory_mb(pid))
-            time.sleep(0.1)
-        took = time.monotonic() - begun
-        stalls = page.probe.ask("readStalls")
-        self.assertEqual(page.export("error"), "")
-        path = self.folder / "long.mp4"
-        print(f"{(end - start) / MINUTE:.1f} min, {path.stat().st_size / 1e6:.0f} MB in {took:.1f} s; memory {before:.0f} MB "
-              f"before, at most {max(used):.0f}; {stalls}", flush=True)
-        middle = len(used) // 2
-        self.assertLess(max(used[middle:]) - max(used[:middle]), 15, used)
-        self.assertLess(max(used) - before, 80)
-        self.assertLess(stalls["longestMs"], 100)
-        begin, length, stamps = video.probe(path)
-        self.assertLessEqual(abs(length * 1000 - (end - start)), 2 * GOP_MS)
-        self.assertEqual(len(stamps), round(length * 1000 / FRAME_MS))
+        begin = (page.playhead() // MINUTE - 20) * MINUTE
+        page.choose_clip(begin, begin + 5 * MINUTE)
+        page.save_clip("clip.mp4")
+        self.assert_nothing_left(f"Disk write failed: {self.folder}/clip.mp4")
+        disk = os.statvfs(self.folder)
+        self.assertEqual(disk.f_bfree, disk.f_blocks, "the disk is free again")
+        subprocess.run(["mount", "-o", "remount,ro", str(self.folder)], check=True)
+        page.save_clip("clip.mp4")
+        self.assert_nothing_left(f"Cannot write to {self.folder}/clip.mp4")
 
 
 if __name__ == "__main__":

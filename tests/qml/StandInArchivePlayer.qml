@@ -16,24 +16,14 @@ QtObject {
         return _cameraId
     }
 
-    function setSynchronized(on) {
-        calls.push(["setSynchronized", on])
-    }
-
-    function setCoverage(spans) {
-        calls.push(["setCoverage", spans])
-    }
+    function setSynchronized(on) { }
+    function setCoverage(spans) { }
 
     function startFrom(cameraId, ms) {
         calls.push(["startFrom", cameraId, ms])
         _cameraId = cameraId
         currentTime = ms
         state = "loading"
-    }
-
-    function seek(ms) {
-        calls.push(["seek", ms])
-        currentTime = ms
     }
 
     function showAt(ms) {

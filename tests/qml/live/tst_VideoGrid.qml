@@ -1,4 +1,5 @@
 import QtQuick
+import QtQuick.Controls
 import QtTest
 import ZorvelClient
 
@@ -18,14 +19,12 @@ TestCase {
 
         VideoGrid {
             anchors.fill: parent
-            focus: true
         }
     }
+    SignalSpy {
+        id: spy
 
-    Component {
-        id: spyComponent
-
-        SignalSpy { }
+        signalName: "streamStateChanged"
     }
 
     function init() {
@@ -35,6 +34,7 @@ TestCase {
         cameraFeed.list(20)
         grid = createTemporaryObject(gridComponent, testCase)
         grid.forceActiveFocus()
+        waitForRendering(grid)
         mouseMove(testCase, 0, 0)
     }
 
@@ -42,22 +42,10 @@ TestCase {
         return findChild(grid, "videoCell_" + index)
     }
 
-    function picker() {
-        return findChild(grid, "cameraPicker")
-    }
-
-    function streams() {
-        return findChild(grid, "streamLayer")
-    }
-
     // The stream views that exist, parked ones included: camera id to view.
     function views() {
-        const result = {}
-        for (const item of Array.from(streams().children)) {
-            if (item.cameraId !== undefined)
-                result[item.cameraId] = item
-        }
-        return result
+        const items = Array.from(findChild(grid, "streamLayer").children).filter(item => item.cameraId !== undefined)
+        return Object.assign({}, ...items.map(item => ({ [item.cameraId]: item })))
     }
 
     function place(...cameraIds) {
@@ -65,84 +53,42 @@ TestCase {
         wait(0)
     }
 
-    // Placement.
-
-    function test_geometry_data() {
-        return [
-            { tag: "1x1", slot: 0, units: [0, 0, 1, 1], cols: 1, rows: 1, last: [0, 0, 1, 1] },
-            { tag: "8x8", slot: 9, units: [1, 1, 1, 1], cols: 8, rows: 8, last: [7, 7, 1, 1] },
-            { tag: "1+5", slot: 0, units: [0, 0, 2, 2], cols: 3, rows: 3, last: [2, 2, 1, 1] },
-            { tag: "1+7", slot: 1, units: [2, 0, 1, 1], cols: 4, rows: 3, last: [2, 2, 2, 1] },
-            { tag: "2+8", slot: 1, units: [2, 0, 2, 2], cols: 4, rows: 4, last: [3, 3, 1, 1] }
-        ]
-    }
+    // Cells.
 
     // Chrome and video sit in the same place: the cell's units of the area less a pixel on each side.
-    function test_geometry(data) {
-        grid.currentLayout = data.tag
-        grid.assignSlot(data.slot, "cam1")
-        const [w, h] = [streams().width / data.cols, streams().height / data.rows]
+    function test_geometry() {
+        const area = findChild(grid, "streamLayer")
         const rounded = rect => rect.map(value => Math.round(value * 100) / 100)
         const rectOf = item => rounded([item.x, item.y, item.width, item.height])
-        const expected = ([x, y, cols, rows]) => rounded([x * w + 1, y * h + 1, cols * w - 2, rows * h - 2])
-        compare(rectOf(cell(data.slot)), expected(data.units))
-        compare(rectOf(cell(grid.cells - 1)), expected(data.last))
-        tryVerify(() => "cam1" in views())
-        compare(rectOf(views().cam1), expected(data.units))
-        verify(grid.cells === 64 || !cell(grid.cells).visible, "a cell beyond the preset")
+        for (const [preset, cols, rows, slot, x, y, span] of [["8x8", 8, 8, 9, 1, 1, 1], ["1+7", 4, 3, 1, 2, 0, 1],
+                ["2+8", 4, 4, 1, 2, 0, 2]]) {
+            grid.currentLayout = preset
+            grid.assignSlot(slot, "cam1")
+            const [w, h] = [area.width / cols, area.height / rows]
+            const expected = rounded([x * w + 1, y * h + 1, span * w - 2, span * h - 2])
+            compare(rectOf(cell(slot)), expected, preset)
+            tryVerify(() => "cam1" in views())
+            tryVerify(() => String(rectOf(views().cam1)) === String(expected), undefined, preset)
+            verify(grid.cells === 64 || !cell(grid.cells).visible, "a cell beyond the preset")
+        }
     }
 
-    function test_streams_end_with_the_session() {
-        place("cam1", "cam2")
-        grid.clearSlot(1)
-        wait(0)
-        compare(Object.keys(views()).sort(), ["cam1", "cam2"], "one of them parked")
-        apiClient.expire()
-        compare(Object.keys(views()), [])
-        grid.suspended = true
-        wait(0)
-        compare(Object.keys(views()), [], "nothing is watched without a session")
-        grid.suspended = false
-        grid.visible = false
-        apiClient.acceptLogin("another", [])
-        grid.visible = true
-        tryVerify(() => "cam1" in views())
-    }
-
-    // Maximising.
-
-    // Keyboard.
-
-    function test_arrows_move_and_swap() {
+    function test_arrows_and_the_focus() {
         keyClick(Qt.Key_7)
-        place("cam1")
         grid.focusSlot(0, Qt.TabFocusReason)
-        const walk = [
-            [Qt.Key_Right, 1], [Qt.Key_Right, 1], [Qt.Key_Down, 2], [Qt.Key_Left, 0], [Qt.Key_Down, 3],
-            [Qt.Key_Up, 0], [Qt.Key_End, 5], [Qt.Key_Home, 0]
-        ]
-        for (const [key, slot] of walk) {
+        for (const [key, slot] of [[Qt.Key_Right, 1], [Qt.Key_Right, 1], [Qt.Key_Down, 2], [Qt.Key_Left, 0],
+                [Qt.Key_Down, 3], [Qt.Key_Up, 0], [Qt.Key_End, 5]]) {
             keyClick(key)
             compare(grid.currentSlot, slot)
             verify(cell(slot).visualFocus)
         }
-        keyClick(Qt.Key_Right, Qt.ControlModifier)
-        compare(grid.slots[1], "cam1")
-        compare([grid.slots[0], grid.currentSlot], ["", 1])
-    }
-
-    function test_focus_stays_on_a_visible_cell() {
-        grid.currentLayout = "3x3"
-        grid.assignSlot(0, "cam1")
-        grid.focusSlot(8, Qt.TabFocusReason)
         grid.currentLayout = "2x2"
-        compare(grid.currentSlot, 3)
+        compare(grid.currentSlot, 3, "the focus stays on a visible cell")
         verify(cell(3).visualFocus)
+        grid.assignSlot(0, "cam1")
         grid.maximizedSlot = 0
         verify(cell(0).activeFocus)
     }
-
-    // What a cell shows.
 
     function test_the_key_for_another_attempt() {
         place("cam1")
@@ -150,24 +96,103 @@ TestCase {
         views().cam1.init(unreachableApiClient)
         tryCompare(cell(0), "streamState", "error")
         verify(cell(0).Accessible.name.includes(Translations.connectionError))
-        const spy = createTemporaryObject(spyComponent, testCase, { target: cell(0), signalName: "streamStateChanged" })
+        spy.target = cell(0)
+        spy.clear()
         keyClick(Qt.Key_R)
         verify(spy.count > 0, "at once, not when it would recover by itself")
     }
 
-    // Stale slots.
-
     function test_empty_list_prunes_nothing() {
         cameraFeed.list(0)
-        grid.restore({ "2x2": ["cam1", "gone", "", "cam2"], "1x1": ["gone"] }, "2x2")
+        grid.restore({ "2x2": ["cam1", "gone", "", "cam2"] }, "2x2")
         compare(grid.slots, ["cam1", "gone", "", "cam2"])
         compare([cell(0).known, cell(0).occupied], [false, false])
         cameraFeed.list(5)
         compare(grid.slots, ["cam1", "", "", "cam2"])
-        compare(grid.layoutSlots["1x1"], [""])
         compare([cell(0).cameraName, cell(0).occupied, cell(3).hasSub], ["Camera 1", true, true])
         tryVerify(() => views().cam2?.hasSubStream)
-        grid.restore({ "2x2": ["gone"] }, "2x2")
-        compare(grid.slots, ["", "", "", ""])
+    }
+
+    // The picker.
+
+    function openPicker(slot) {
+        grid.openCameraPicker(slot)
+        const picker = findChild(grid, "cameraPicker")
+        tryCompare(picker, "opened", true)
+        tryVerify(() => picker.closePolicy & Popup.CloseOnPressOutside)
+        waitForRendering(picker.contentItem)
+        return picker
+    }
+
+    function test_picker_filters_picks_and_marks() {
+        grid.assignSlot(0, "cam20")
+        const picker = openPicker(3)
+        const rows = findChild(picker.contentItem, "cameraRows")
+        const field = findChild(picker.contentItem, "cameraSearchField")
+        verify(field.activeFocus)
+        field.text = "zzz"
+        verify(findChild(rows, "emptyLabel").visible)
+        keyClick(Qt.Key_Return)
+        verify(picker.opened)
+        field.text = "2"
+        compare(rows.count, 3)
+        tryVerify(() => findChild(rows, "cameraRow_cam20")?.mark === "Cell 1")
+        // Not beyond the ends.
+        for (const key of [Qt.Key_Up, Qt.Key_PageDown, Qt.Key_Down, Qt.Key_Return])
+            keyClick(key)
+        compare(grid.slots, ["", "", "", "cam20"])
+        tryCompare(picker, "visible", false)
+        openPicker(1)
+        compare(field.text, "")
+    }
+
+    function test_picker_survives_a_double_click() {
+        const popup = findChild(grid, "cameraPicker")
+        mouseDoubleClickSequence(cell(3), 200, 200)
+        verify(popup.visible)
+        tryVerify(() => popup.closePolicy & Popup.CloseOnPressOutside)
+        mouseClick(cell(3), 200, 200)
+        tryCompare(popup, "visible", false)
+        compare(grid.slots[3], "")
+    }
+
+    // Dragging.
+
+    // Moves the pressed mouse to an item, in two steps, as the drag has to be seen there.
+    function dragTo(item) {
+        for (const at of [8, 10]) {
+            const position = item.mapToItem(testCase, at, at)
+            mouseMove(testCase, position.x, position.y)
+        }
+    }
+
+    function drop(item) {
+        const position = item.mapToItem(testCase, 10, 10)
+        mouseRelease(testCase, position.x, position.y)
+    }
+
+    function test_cells_swap_by_dragging() {
+        grid.assignSlot(0, "cam1")
+        grid.assignSlot(3, "cam2")
+        for (const swapped of [false, true]) {
+            mousePress(cell(0), 50, 50)
+            mouseMove(cell(0), 55, 55)
+            verify(!grid.slotDragActive, "7 px are no drag")
+            mouseMove(cell(0), 56, 56)
+            verify(grid.slotDragActive)
+            for (const [slot, sign] of [[1, false], [3, true]]) {
+                dragTo(cell(slot))
+                tryVerify(() => cell(slot).dropHovered)
+                compare(findChild(cell(slot), "dropLabel").visible, sign, "the sign for a swap")
+            }
+            if (!swapped) {
+                // A drag ends with its preset.
+                keyClick("3")
+                keyClick("2")
+            }
+            drop(cell(3))
+            compare(grid.slots, swapped ? ["cam2", "", "", "cam1"] : ["cam1", "", "", "cam2"])
+            compare([grid.slotDragActive, grid.dragSourceSlot, grid.maximizedSlot], [false, -1, -1])
+        }
     }
 }

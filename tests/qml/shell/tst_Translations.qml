@@ -5,6 +5,8 @@ import ZorvelClient
 TestCase {
     name: "Translations"
 
+    // The object, which unlike the singleton's name can be enumerated.
+    readonly property QtObject object: Translations
     readonly property var cyrillic: /[А-Яа-яЁё]/
 
     function cleanup() {
@@ -12,7 +14,8 @@ TestCase {
     }
 
     function test_every_text_speaks_its_language() {
-        const names = inspector.textsOf(Translations)
+        const names = Object.keys(object).filter(name => typeof object[name] === "string"
+            && !["objectName", "state", "language"].includes(name))
         const texts = {}
         for (const language of ["ru", "en"]) {
             Translations.language = language

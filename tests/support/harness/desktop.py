@@ -1,9 +1,11 @@
 """A virtual display with a window manager: real mouse and keyboard input, and the pixels on the screen."""
 
+import contextlib
 import os
 import shutil
 import subprocess
 import threading
+import time
 
 from . import processes
 from .snapshot import Snapshots
@@ -26,40 +28,6 @@ class Picture:
     def difference(self, other):
         """Mean absolute difference per colour value, 0 to 255."""
         return sum(abs(a - b) for a, b in zip(self.data, other.data)) / len(self.data)
-
-    def colours(self, step=32):
-        """How many clearly different colours there are."""
-        data = self.data
-        return len({(data[i] // step, data[i + 1] // step, data[i + 2] // step) for i in range(0, len(data), 3)})
-
-
-class Recording:
-    """Frames of a part of the screen, taken one after the other until it is stopped, scaled to a small size."""
-
-    def __init__(self, desktop, region, rate, size):
-        self._size = size
-        self._process = desktop.capture(region, ["-vf", f"scale={size[0]}:{size[1]}:flags=area"], rate)
-        self.frames = []
-        self._reader = threading.Thread(target=self._read, daemon=True)
-        self._reader.start()
-        wait_until(lambda: self.frames, 10, "the first frame of the screen recording")
-
-    def _read(self):
-        width, height = self._size
-        while len(data := self._process.stdout.read(3 * width * height)) == 3 * width * height:
-            self.frames.append(Picture(width, height, data))
-
-    def stop(self):
-        processes.stop(self._process)
-        self._reader.join()
-        self._process.stdout.close()
-        return self.frames
-
-    def __enter__(self):
-        return self
-
-    def __exit__(self, *exception):
-        self.stop()
 
 
 class Desktop:
@@ -126,12 +94,6 @@ class Desktop:
             words += ["mousemove", round(x), round(y), "sleep", 0.02]
         self._xdotool(*words, "sleep", 0.1, "mouseup", 1)
 
-    def press(self, x, y):
-        self._xdotool("mousemove", round(x), round(y), "mousedown", 1)
-
-    def release(self):
-        self._xdotool("mouseup", 1)
-
     def minimise(self, window):
         self._xdotool("windowminimize", "--sync", window)
 
@@ -159,14 +121,6 @@ class Desktop:
 
     # Pixels
 
-    def capture(self, region, options, rate):
-        x, y, width, height = (round(value) for value in region)
-        return processes.start(
-            ["ffmpeg", "-loglevel", "error", "-f", "x11grab", "-draw_mouse", "0", "-framerate", rate,
-             "-video_size", f"{width}x{height}", "-i", f"{self.display}+{x},{y}", *options,
-             "-f", "rawvideo", "-pix_fmt", "rgb24", "-"],
-            env=dict(os.environ, **self.env), stdout=subprocess.PIPE, stderr=subprocess.DEVNULL)
-
     def picture(self, region):
         """What a part (x, y, width, height) of the screen shows at this moment."""
         x, y, width, height = (round(value) for value in region)
@@ -174,8 +128,25 @@ class Desktop:
             raise RuntimeError(f"no picture of the screen at {region}")
         return Picture(width, height, self._snapshots.take(x, y, width, height))
 
-    def record(self, region, rate=60, size=(64, 36)):
-        return Recording(self, region, rate, size)
+    @contextlib.contextmanager
+    def watched_brightness(self, region):
+        """Takes pictures of a part of the screen, one after the other; the list given holds how bright each was."""
+        seen, ended = [], threading.Event()
+        snapshots = Snapshots(self.display)
+        x, y, width, height = (round(value) for value in region)
+
+        def watch():
+            while not ended.is_set():
+                seen.append(Picture(width, height, snapshots.take(x, y, width, height)).mean())
+                time.sleep(0.005)
+        watcher = threading.Thread(target=watch, daemon=True)
+        watcher.start()
+        try:
+            yield seen
+        finally:
+            ended.set()
+            watcher.join()
+            snapshots.close()
 
     def screenshot(self, path):
         if shutil.which("import"):

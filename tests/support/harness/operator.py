@@ -29,6 +29,9 @@ class Operator:
         self.desktop.type(text)
         self.probe.item(name=name, **{"text": text})
 
+    def text(self, name):
+        return self.probe.value("text", name=name)
+
     def focus_name(self):
         item = self.probe.focus()
         return item.name if item else ""
@@ -68,7 +71,12 @@ class Operator:
         self.click(name="primaryButton")
 
     def sign_in(self, url, login, password):
-        self.connect_to(url)
+        self.fill("serverField", url)
+        self.sign_in_again(login, password)
+
+    def sign_in_again(self, login, password):
+        """At the server that is remembered."""
+        self.click(name="continueButton")
         self.enter_account(login, password)
         self.probe.item(name="liveView")
 
@@ -113,13 +121,9 @@ class Operator:
         self.click(name=f"cameraRow_{camera}")
         wait_until(lambda: self.cells().get(index, [""])[0] == camera, 5, f"{camera} in cell {index}")
 
-    def wait_state(self, index, state, timeout=20):
-        wait_until(lambda: self.cells()[index][1] == state, timeout,
-                   lambda: f"cell {index} to be {state!r}, it is {self.cells()[index]}")
-
-    def wait_playing(self, *indices, timeout=30):
-        wait_until(lambda: all(self.cells()[index][1] == "playing" for index in indices), timeout,
-                   lambda: f"cells {indices} to play: {self.cells()}")
+    def wait_cells(self, *indices, state="playing", timeout=30):
+        wait_until(lambda: all(self.cells()[index][1] == state for index in indices), timeout,
+                   lambda: f"cells {indices} to be {state}: {self.cells()}")
 
     def clear_cell(self, index):
         """Empties a cell with the button that shows under the mouse."""
@@ -130,27 +134,38 @@ class Operator:
     def double_click(self, index):
         self.desktop.click(*self.cell(index).centre, count=2)
 
+    def maximised(self):
+        """The cell that is shown alone; -1 when the whole grid is shown."""
+        return self.probe.value("maximizedSlot", type="VideoGrid")
+
     def maximise(self, index):
         self.double_click(index)
-        wait_until(lambda: self.probe.value("maximizedSlot", type="VideoGrid") == index, 5, f"cell {index} alone")
+        wait_until(lambda: self.maximised() == index, 5, f"cell {index} alone")
 
     def restore_grid(self, index):
         self.double_click(index)
-        wait_until(lambda: self.probe.value("maximizedSlot", type="VideoGrid") == -1, 5, "the whole grid")
+        wait_until(lambda: self.maximised() == -1, 5, "the whole grid")
 
     def view(self, camera, *properties):
         """The stream view of a camera, shown or parked."""
         return self.probe.item([*properties], type="CameraStreamView", shown=None, cameraId=camera)
 
+    def source_in_front(self, camera):
+        """The address, without its user, of the player in front in the camera's view."""
+        within = {"type": "CameraStreamView", "where": {"cameraId": camera}}
+        return "".join(item.values["source"].partition("@")[2]
+                       for item in self.probe.items(["source"], type="MpvObject", within=within))
+
     def picture_of(self, index):
         """The camera image on the screen in a cell."""
         return self.desktop.picture(picture_region(self.cell(index).region))
 
-    def shown_instant(self, index):
-        """The instant that the camera image in a cell shows, waited for until it can be read."""
-        return wait_until(lambda: read_instant(self.picture_of(index)), 10, f"a readable clock in cell {index}")
+    def wait_live_picture(self, *indices):
+        """Waits until the cells show camera images of the last seconds that were taken after this call."""
+        begun = time.time()
 
-    def shows_live_picture(self, index, lag=5):
-        """Whether the cell shows a camera image of the last seconds."""
-        instant = read_instant(self.picture_of(index))
-        return instant is not None and abs(time.time() - instant) < lag
+        def is_live(index):
+            instant = read_instant(self.picture_of(index))
+            return instant is not None and instant > begun and time.time() - instant < 5
+        for index in indices:
+            wait_until(lambda: is_live(index), 10, f"a live picture in cell {index}")

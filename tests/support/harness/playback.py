@@ -124,8 +124,8 @@ class Playback:
         self.ui.click(text="Save")
         self.probe.gone(name="fileNameTextField")
 
-    def export(self, *names):
-        return self.probe.context("exportModel", *names)
+    def export(self, property):
+        return self.probe.context("exportModel", property)
 
     def wait_exported(self, timeout=60):
         wait_until(lambda: not self.export("downloading"), timeout, lambda: f"the export to end: {self.export('progress')}")

@@ -31,11 +31,11 @@ class Item:
                 f"{self.width:.0f}x{self.height:.0f}{'' if self.shown else ', hidden'})")
 
 
-def selector(name=None, type=None, text=None, shown=True, within=None, **where):
-    """A selector of the probe: by object name, type, text, ancestor and property values."""
+def selector(name=None, type=None, shown=True, named=None, within=None, **where):
+    """A selector of the probe: by object name, type, ancestor and property values."""
     if isinstance(within, str):
         within = {"name": within}
-    parts = {"name": name, "type": type, "text": text, "shown": shown, "within": within, "where": where or None}
+    parts = {"name": name, "type": type, "shown": shown, "named": named, "within": within, "where": where or None}
     return {key: value for key, value in parts.items() if value is not None}
 
 
@@ -101,15 +101,23 @@ class Probe:
         return self.item([property], timeout, **wanted).values[property]
 
     def focus(self):
-        found = self.ask("focus")
-        return Item(found) if found else None
+        """The item with the keyboard focus, or None."""
+        return (self.items(shown=None, activeFocus=True) or [None])[-1]
+
+    def unnamed(self):
+        """What the keyboard reaches but a screen reader has no name for."""
+        return self.items(named=False, activeFocusOnTab=True, enabled=True)
 
     def windows(self, *names):
         return self.ask("windows", get=list(names))
 
-    def context(self, object, *names):
-        values = self.ask("context", object=object, get=list(names))
-        return values[names[0]] if len(names) == 1 else values
+    def evaluate(self, expression, **wanted):
+        """What an expression gives in the document of the first item that fits, shown or not."""
+        return self.ask("evaluate", selector=selector(**{"shown": None, **wanted}), expression=expression)
 
-    def call_context(self, object, method, *arguments):
-        return self.ask("context", object=object, call=method, args=list(arguments))
+    def invoke(self, method, *arguments, **wanted):
+        """Calls a function of the first item that fits, or of an object that its document knows."""
+        return self.evaluate(f"{method}(...{json.dumps(arguments)})", **wanted)
+
+    def context(self, object, property):
+        return self.evaluate(f"{object}.{property}")

@@ -111,22 +111,21 @@ class Recorder(Program):
     def url(self):
         return f"http://127.0.0.1:{self.http_port}"
 
-    def call(self, method, path, body=None, token=None):
-        """One request to the recorder; returns (status, parsed JSON or None)."""
-        headers = {"Content-Type": "application/json"}
-        if token:
-            headers["Authorization"] = f"Bearer {token}"
-        data = json.dumps(body).encode() if body is not None else None
-        request = urllib.request.Request(self.url + path, data=data, headers=headers, method=method)
+    def ask(self, method, path, body=None, **headers):
+        """One request to the recorder; returns status, headers and body."""
+        data = body if body is None or isinstance(body, bytes) else json.dumps(body).encode()
+        request = urllib.request.Request(self.url + path, data, {"Content-Type": "application/json", **headers},
+                                         method=method)
         try:
             with urllib.request.urlopen(request, timeout=10 * PATIENCE) as reply:
-                status, text = reply.status, reply.read()
+                return reply.status, reply.headers, reply.read()
         except urllib.error.HTTPError as error:
-            status, text = error.code, error.read()
-        try:
-            return status, json.loads(text)
-        except ValueError:
-            return status, None
+            return error.code, error.headers, error.read()
+
+    def call(self, method, path, body=None, token=None):
+        """One request to the recorder; returns (status, parsed JSON or None)."""
+        status, _, text = self.ask(method, path, body, **({"Authorization": f"Bearer {token}"} if token else {}))
+        return status, json.loads(text) if text else None
 
     def demo(self, method, path, body=None):
         """One call of those that only the demo recorder has."""
@@ -137,6 +136,10 @@ class Recorder(Program):
     def fail_camera(self, camera, kind):
         """kind: "offline" (404, viewers dropped), "hang" (no more pictures) or "none" (well again)."""
         self.demo("POST", f"/cameras/{camera}/fault", {"kind": kind})
+
+    def heal_cameras(self, cameras):
+        for camera in cameras:
+            self.fail_camera(camera, "none")
 
     def fail_requests(self, path, **how):
         """Switches a fault of requests on: status, delay_ms, cut_after_bytes, skip, times."""
@@ -189,7 +192,7 @@ class Client(Program):
             "QT_QPA_GENERIC_PLUGINS": "zorvelprobe",
             "QT_QPA_PLATFORM": "xcb",
             "QT_FORCE_STDERR_LOGGING": "1",
-            "QT_MESSAGE_PATTERN": "%{time process} %{category} %{type}: %{message}",
+            "QT_MESSAGE_PATTERN": "%{time boot} %{category} %{type}: %{message}",
         })
         if self._debug_log:
             env["QT_LOGGING_RULES"] = "zorvel.*=true"
@@ -202,6 +205,11 @@ class Client(Program):
         self.probe.connect()
         return self
 
+    def log_times(self, text):
+        """When, in seconds of the monotonic clock, the client logged a line with the text, and what follows it there."""
+        lines = re.findall(rf"^ *([\d.]+) \S+ \w+: .*{re.escape(text)}(.*)$", self.log(), re.MULTILINE)
+        return [(float(at), rest) for at, rest in lines]
+
     def window(self):
         """The main window: its id and geometry."""
         return wait_until(lambda: [each for each in self.probe.windows() if each["visible"]], 30, "a window")[0]
@@ -209,7 +217,7 @@ class Client(Program):
     def quit(self):
         """Closes the main window as a person does and returns the exit status."""
         self._desktop.close(self.window()["id"])
-        status = processes.wait_for_exit(self.process, 20, "the client")
+        status = self.process.wait(20 * PATIENCE)
         self.probe.close()
         return status
 

@@ -8,7 +8,7 @@ import threading
 class Wiretap:
     def __init__(self, port):
         self._target = ("127.0.0.1", port)
-        self._streams = []
+        self._requests, self._answers = [], []
         self._server = socket.create_server(("127.0.0.1", 0))
         threading.Thread(target=self._accept, daemon=True).start()
 
@@ -30,10 +30,9 @@ class Wiretap:
             except OSError:
                 near.close()
                 continue
-            for source, sink, kind in ((near, far, "request"), (far, near, "answer")):
-                seen = bytearray()
-                self._streams.append((kind, seen))
-                threading.Thread(target=self._relay, args=(source, sink, seen), daemon=True).start()
+            for source, sink, passed in ((near, far, self._requests), (far, near, self._answers)):
+                passed.append(bytearray())
+                threading.Thread(target=self._relay, args=(source, sink, passed[-1]), daemon=True).start()
 
     @staticmethod
     def _relay(source, sink, seen):
@@ -50,21 +49,19 @@ class Wiretap:
                 pass
         source.close()
 
-    def _text(self, kind):
-        return [bytes(seen).decode(errors="replace") for each, seen in self._streams if each == kind]
+    @staticmethod
+    def _found(pattern, passed):
+        return [found for each in passed for found in re.findall(pattern, bytes(each).decode(errors="replace"))]
 
     def request_lines(self):
         """Method and address of every request."""
-        return [line for text in self._text("request")
-                for line in re.findall(r"^((?:GET|POST|PUT|PATCH|DELETE|HEAD) \S+) HTTP/1\.1\r?$", text, re.MULTILINE)]
+        return self._found(r"(?m)^((?:GET|POST|PUT|PATCH|DELETE|HEAD) \S+) HTTP/1\.1\r?$", self._requests)
 
     def tokens(self):
         """Every access token and cookie value that the recorder handed out."""
-        answers = self._text("answer")
-        return {found for text in answers
-                for found in re.findall(r'"access_token"\s*:\s*"([^"]+)"', text)
-                + re.findall(r"^Set-Cookie: *[^=;\r]+=([^;\r]{8,})", text, re.MULTILINE | re.IGNORECASE)}
+        return {*self._found(r'"access_token"\s*:\s*"([^"]+)"', self._answers),
+                *self._found(r"(?mi)^Set-Cookie: *[^=;\r]+=([^;\r]{8,})", self._answers)}
 
-    def stream_credentials(self):
-        """Every "user:password" of the stream addresses that the recorder handed out."""
-        return {found for text in self._text("answer") for found in re.findall(r"rtsps?:(?:\\?/){2}([^@/\"]+:[^@/\"]+)@", text)}
+    def stream_passwords(self):
+        """The password of every stream address that the recorder handed out."""
+        return set(self._found(r"rtsps?:(?:\\?/){2}[^@/\":]+:([^@/\"]+)@", self._answers))

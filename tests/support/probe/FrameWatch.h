@@ -1,38 +1,42 @@
 #pragma once
 
-#include <QtCore/QJsonArray>
+#include "ThreadClock.h"
+
+#include <QtCore/QJsonObject>
+#include <QtCore/QMutex>
 #include <QtCore/QObject>
 
 #include <memory>
-#include <vector>
 
-class QQuickWindow;
-
-/// Watches the frames of every Qt Quick window on its render thread: how many there were, and the longest
-/// spans. As with StallWatch, time in which the render thread only waited for a processor is told apart.
+/// Watches the frames of the first Qt Quick window on its render thread: how many there were, and the longest
+/// one. As with StallWatch, time in which the render thread only waited for a processor is told apart.
 class FrameWatch : public QObject
 {
     Q_OBJECT
 
 public:
     explicit FrameWatch(QObject *parent = nullptr);
-    ~FrameWatch() override;
 
-    /// Forgets the counts and spans of every window.
+    /// Forgets the count and the longest frame.
     void restart();
 
-    /// Per window {"frames", "firstAtNs", "seconds", "syncMs", "renderMs", "frameMs", "waitedMs"}: frames
-    /// swapped since the restart and its age; the longest synchronisation (the GUI thread stands still),
-    /// rendering, and whole frame from synchronising to swapping, each less its waiting for a processor; the
-    /// waiting in that frame.
-    QJsonArray report() const;
+    /// {"frames", "firstAtNs", "frameMs", "waitedMs"}: frames swapped since the restart; when the first one
+    /// was; the longest frame from synchronising (the GUI thread stands still) to swapping, less its waiting
+    /// for a processor; that waiting.
+    QJsonObject report() const;
 
 protected:
     bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
-    struct Window;
-    void watch(QQuickWindow *window);
+    // Both on the render thread.
+    void begin();
+    void end();
 
-    std::vector<std::shared_ptr<Window>> m_windows;
+    mutable QMutex m_mutex;
+    std::unique_ptr<ThreadGroup> m_threads;
+    ThreadGroup::Moment m_begin;
+    LongestSpan m_longest;
+    int m_frames = 0;
+    qint64 m_firstAtNs = 0;
 };

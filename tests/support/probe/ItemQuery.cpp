@@ -2,6 +2,7 @@
 
 #include <QtCore/QJsonArray>
 #include <QtCore/QMetaProperty>
+#include <QtGui/QAccessible>
 #include <QtGui/QGuiApplication>
 #include <QtQml/QJSValue>
 #include <QtQuick/QQuickItem>
@@ -9,12 +10,31 @@
 
 namespace {
 
-void visitTree(QQuickItem *item, const std::function<void(QQuickItem *)> &visitor)
+// The type's name as it is written in QML.
+QString typeName(const QObject *object)
 {
-    visitor(item);
-    const QList<QQuickItem *> children = item->childItems();
-    for (QQuickItem *child : children)
-        visitTree(child, visitor);
+    QString name = QString::fromUtf8(object->metaObject()->className());
+    for (const char *suffix : {"_QMLTYPE_", "_QML_"})
+        name = name.left(name.indexOf(suffix));
+    return name.startsWith("QQuick") ? name.mid(6) : name;
+}
+
+// Whether the item has an area, is visible with all its ancestors, and its window is on the screen.
+bool isShown(const QQuickItem *item)
+{
+    const QQuickWindow *window = item->window();
+    bool shown
+        = item->isVisible() && window && window->isExposed() && item->width() > 0 && item->height() > 0;
+    for (const QQuickItem *at = item; at && shown; at = at->parentItem())
+        shown = at->opacity() > 0;
+    return shown;
+}
+
+// Qt tells nobody the name of a password field.
+bool isNamed(QQuickItem *item)
+{
+    const QAccessibleInterface *interface = QAccessible::queryAccessibleInterface(item);
+    return interface && (!interface->text(QAccessible::Name).isEmpty() || interface->state().passwordEdit);
 }
 
 bool hasProperties(const QObject *object, const QJsonObject &wanted)
@@ -28,7 +48,7 @@ bool hasProperties(const QObject *object, const QJsonObject &wanted)
     return true;
 }
 
-bool matches(const QQuickItem *item, const QJsonObject &selector)
+bool matches(QQuickItem *item, const QJsonObject &selector)
 {
     for (auto it = selector.begin(); it != selector.end(); ++it) {
         const QString key = it.key();
@@ -37,15 +57,15 @@ bool matches(const QQuickItem *item, const QJsonObject &selector)
         if (key == "name") {
             holds = item->objectName() == wanted.toString();
         } else if (key == "type") {
-            holds = ItemQuery::typeName(item) == wanted.toString();
-        } else if (key == "text") {
-            holds = item->property("text").toString() == wanted.toString();
+            holds = typeName(item) == wanted.toString();
+        } else if (key == "named") {
+            holds = isNamed(item) == wanted.toBool();
         } else if (key == "where") {
             holds = hasProperties(item, wanted.toObject());
         } else if (key == "shown") {
-            holds = ItemQuery::isShown(item) == wanted.toBool();
+            holds = isShown(item) == wanted.toBool();
         } else if (key == "within") {
-            const QQuickItem *ancestor = item->parentItem();
+            QQuickItem *ancestor = item->parentItem();
             while (ancestor && !matches(ancestor, wanted.toObject()))
                 ancestor = ancestor->parentItem();
             holds = ancestor != nullptr;
@@ -56,43 +76,26 @@ bool matches(const QQuickItem *item, const QJsonObject &selector)
     return true;
 }
 
-} // namespace
-
-void ItemQuery::visit(const std::function<void(QQuickItem *)> &visitor)
+void findIn(QQuickItem *item, const QJsonObject &selector, QList<QQuickItem *> &found)
 {
-    const auto windows = QGuiApplication::allWindows();
-    for (QWindow *window : windows) {
-        if (auto *quickWindow = qobject_cast<QQuickWindow *>(window))
-            visitTree(quickWindow->contentItem(), visitor);
-    }
+    if (matches(item, selector))
+        found.append(item);
+    const QList<QQuickItem *> children = item->childItems();
+    for (QQuickItem *child : children)
+        findIn(child, selector, found);
 }
+
+} // namespace
 
 QList<QQuickItem *> ItemQuery::find(const QJsonObject &selector)
 {
     QList<QQuickItem *> found;
-    visit([&](QQuickItem *item) {
-        if (matches(item, selector))
-            found.append(item);
-    });
+    const auto windows = QGuiApplication::allWindows();
+    for (QWindow *window : windows) {
+        if (auto *quickWindow = qobject_cast<QQuickWindow *>(window))
+            findIn(quickWindow->contentItem(), selector, found);
+    }
     return found;
-}
-
-QString ItemQuery::typeName(const QObject *object)
-{
-    QString name = QString::fromUtf8(object->metaObject()->className());
-    for (const char *suffix : {"_QMLTYPE_", "_QML_"})
-        name = name.left(name.indexOf(suffix));
-    return name.startsWith("QQuick") ? name.mid(6) : name;
-}
-
-bool ItemQuery::isShown(const QQuickItem *item)
-{
-    const QQuickWindow *window = item->window();
-    bool shown
-        = item->isVisible() && window && window->isExposed() && item->width() > 0 && item->height() > 0;
-    for (const QQuickItem *at = item; at && shown; at = at->parentItem())
-        shown = at->opacity() > 0;
-    return shown;
 }
 
 QJsonObject ItemQuery::describe(const QQuickItem *item)

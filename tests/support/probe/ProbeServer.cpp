@@ -1,6 +1,5 @@
 #include "ProbeServer.h"
 
-#include "AccessibilityAudit.h"
 #include "ItemQuery.h"
 
 #include <QtCore/QJsonArray>
@@ -8,11 +7,11 @@
 #include <QtGui/QGuiApplication>
 #include <QtNetwork/QLocalSocket>
 #include <QtQml/QQmlContext>
-#include <QtQml/QQmlEngine>
 #include <QtQml/QQmlExpression>
 #include <QtQuick/QQuickItem>
 #include <QtQuick/QQuickWindow>
 
+#include <algorithm>
 #include <stdexcept>
 
 namespace {
@@ -27,13 +26,6 @@ QJsonArray items(const QJsonObject &request)
         found.append(entry);
     }
     return found;
-}
-
-QJsonValue focusItem()
-{
-    const auto *window = qobject_cast<QQuickWindow *>(QGuiApplication::focusWindow());
-    const QQuickItem *item = window ? window->activeFocusItem() : nullptr;
-    return item ? QJsonValue(ItemQuery::describe(item)) : QJsonValue();
 }
 
 QJsonArray windows(const QJsonObject &request)
@@ -52,43 +44,18 @@ QJsonArray windows(const QJsonObject &request)
     return found;
 }
 
-// Calls a function with the request's arguments, as a document would.
-QJsonValue call(QQmlContext *context, QObject *scope, const QString &function, const QJsonObject &request)
+QJsonValue evaluate(const QJsonObject &request)
 {
-    const QByteArray arguments = QJsonDocument(request["args"].toArray()).toJson(QJsonDocument::Compact);
-    QQmlExpression expression(context, scope, function + "(..." + QString::fromUtf8(arguments) + ')');
+    const auto found = ItemQuery::find(request["selector"].toObject());
+    const auto item
+        = std::ranges::find_if(found, [](const QQuickItem *each) { return qmlContext(each) != nullptr; });
+    if (item == found.end())
+        throw std::runtime_error("no such item");
+    QQmlExpression expression(qmlContext(*item), *item, request["expression"].toString());
     const QVariant result = expression.evaluate();
     if (expression.hasError())
         throw std::runtime_error(expression.error().toString().toStdString());
     return ItemQuery::toJson(result);
-}
-
-QQmlContext *rootContext()
-{
-    const auto all = QGuiApplication::topLevelWindows();
-    for (const QWindow *window : all)
-        if (const QQmlEngine *engine = qmlEngine(window))
-            return engine->rootContext();
-    throw std::runtime_error("no window of a document");
-}
-
-QJsonValue context(const QJsonObject &request)
-{
-    const QString name = request["object"].toString();
-    if (request.contains("call"))
-        return call(rootContext(), nullptr, name + '.' + request["call"].toString(), request);
-    const auto *object = rootContext()->contextProperty(name).value<QObject *>();
-    if (!object)
-        throw std::runtime_error("no such context object");
-    return ItemQuery::properties(object, request["get"].toArray());
-}
-
-QJsonValue invoke(const QJsonObject &request)
-{
-    const auto found = ItemQuery::find(request["selector"].toObject());
-    if (found.isEmpty())
-        throw std::runtime_error("no such item");
-    return call(qmlContext(found.first()), found.first(), request["call"].toString(), request);
 }
 
 } // namespace
@@ -127,14 +94,8 @@ QJsonValue ProbeServer::perform(const QString &command, const QJsonObject &reque
 {
     const QHash<QString, std::function<QJsonValue()>> commands{
         {"items", [&] { return items(request); }},
-        {"focus", [] { return focusItem(); }},
         {"windows", [&] { return windows(request); }},
-        {"context", [&] { return context(request); }},
-        {"invoke", [&] { return invoke(request); }},
-        {"accessibleGaps", [] { return AccessibilityAudit::namelessItems(); }},
-        {"watchSignals", [&] { return m_signals.watch(request), QJsonValue(); }},
-        {"takeSignals", [&] { return m_signals.take(); }},
-        {"stopSignals", [&] { return m_signals.stop(), QJsonValue(); }},
+        {"evaluate", [&] { return evaluate(request); }},
         {"startStalls", [&] { return m_stalls.restart(), QJsonValue(); }},
         {"readStalls", [&] { return m_stalls.report(); }},
         {"stopStalls", [&] { return m_stalls.halt(), QJsonValue(); }},

@@ -1,7 +1,6 @@
 #pragma once
 
 #include "FrameWatch.h"
-#include "SignalLog.h"
 #include "StallWatch.h"
 
 #include <QtCore/QJsonObject>
@@ -15,12 +14,8 @@ class QLocalSocket;
 /// A request is {"do": <command>, ...}; the answer {"result": ...} or {"error": <text>}. The commands:
 ///
 /// - items (selector, get): the items found, described, with "values";
-/// - focus: the item with the keyboard focus, or null;
 /// - windows (get): id, title, state and "values" of all windows;
-/// - context (object, get or call and args): the "values" of a context object, or the call's result;
-/// - invoke (selector, call, args): the call's result on the first item;
-/// - accessibleGaps: see AccessibilityAudit;
-/// - watchSignals (type, signal, get), takeSignals, stopSignals: see SignalLog;
+/// - evaluate (selector, expression): what the expression gives in the document of the first item;
 /// - startStalls, readStalls, stopStalls: see StallWatch;
 /// - startFrames, readFrames: see FrameWatch.
 class ProbeServer : public QObject
@@ -36,7 +31,6 @@ private:
     QJsonValue perform(const QString &command, const QJsonObject &request);
 
     QLocalServer m_server;
-    SignalLog m_signals;
     StallWatch m_stalls;
     FrameWatch m_frames;
 };

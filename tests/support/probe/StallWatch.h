@@ -3,10 +3,10 @@
 #include "ThreadClock.h"
 
 #include <QtCore/QJsonObject>
-#include <QtCore/QMutex>
 #include <QtCore/QThread>
 
 #include <atomic>
+#include <memory>
 
 /// Finds how long the GUI thread's event loop did not turn. A thread of its own posts a time-stamped event to
 /// the GUI thread every 4 ms, one at a time; the time until it is handled is a block. From each block the

@@ -2,39 +2,10 @@
 
 #include <QtCore/QByteArray>
 
-#include <memory>
 #include <vector>
 
 /// The monotonic clock in nanoseconds; the same clock as Python's time.monotonic_ns() on this machine.
 qint64 monotonicNs();
-
-/// What the kernel tells of one thread, in nanoseconds since the thread began; all 0 where it does not tell.
-struct ThreadTimes
-{
-    qint64 ran = 0;
-    /// Ready to run, but without a processor.
-    qint64 waited = 0;
-
-    ThreadTimes operator-(const ThreadTimes &earlier) const
-    {
-        return {ran - earlier.ran, waited - earlier.waited};
-    }
-};
-
-/// Reads the times of one thread, from any thread.
-class ThreadClock
-{
-public:
-    /// Of a process, or of the task of one, as they are named below /proc.
-    explicit ThreadClock(const QByteArray &process);
-    ~ThreadClock();
-    Q_DISABLE_COPY_MOVE(ThreadClock)
-
-    ThreadTimes read() const;
-
-private:
-    int m_file = -1;
-};
 
 /// The threads that together make up a block: the one that is blocked, and those that draw for it.
 ///
@@ -47,25 +18,34 @@ class ThreadGroup
 public:
     /// Watches the calling thread and the process's drawing threads as they are now.
     ThreadGroup();
+    ~ThreadGroup();
+    Q_DISABLE_COPY_MOVE(ThreadGroup)
 
+    /// What the kernel tells of one thread, in nanoseconds since the thread began; all 0 where it does not
+    /// tell.
+    struct Times
+    {
+        qint64 ran = 0;
+        /// Ready to run, but without a processor.
+        qint64 waited = 0;
+    };
     struct Moment
     {
         qint64 atNs = 0;
-        ThreadTimes own;
-        ThreadTimes render;
-        ThreadTimes server;
-        std::vector<ThreadTimes> rasteriser;
+        Times own;
+        Times render;
+        Times server;
+        std::vector<Times> rasteriser;
     };
+    /// May be called on any thread.
     Moment now() const;
 
-    /// How much of the time between two moments went by for want of a processor.
-    static qint64 withoutProcessor(const Moment &from, const Moment &to);
-
 private:
-    ThreadClock m_own;
-    ThreadClock m_server;
-    std::unique_ptr<ThreadClock> m_render;
-    std::vector<std::unique_ptr<ThreadClock>> m_rasteriser;
+    // Open files.
+    int m_own;
+    int m_server;
+    int m_render = -1;
+    std::vector<int> m_rasteriser;
 };
 
 /// The longest of some spans of time, less what went by for want of a processor.
