@@ -3,8 +3,9 @@
 import collections
 import os
 import subprocess
+import time
 
-from harness import video
+from harness import processes, video
 from harness.playback import FRAME_MS, Playback
 from harness.testcase import ADMIN, EndToEndTest, main
 from harness.waiting import wait_until
@@ -153,6 +154,27 @@ class ExportTest(EndToEndTest):
         subprocess.run(["mount", "-o", "remount,ro", str(self.folder)], check=True)
         page.save_clip("clip.mp4")
         self.assert_nothing_left(f"Cannot write to {self.folder}/clip.mp4")
+
+    def test_a_long_clip_takes_neither_memory_nor_the_window(self):
+        page = self.open_camera(0)
+        begin = (page.playhead() // MINUTE - 130) * MINUTE
+        page.ui.click(name="navLast24h")
+        start, end = page.choose_clip(begin, begin + 60 * MINUTE)
+        used = [processes.memory_mb(self.client.pid, "Pss")]
+        page.save_clip("long.mp4")
+        page.probe.ask("startStalls")
+        while page.export("downloading"):
+            used.append(processes.memory_mb(self.client.pid, "Pss"))
+            time.sleep(0.1)
+        stalls = page.probe.ask("readStalls")
+        self.assertEqual(page.export("error"), "")
+        middle = len(used) // 2
+        self.assertLess(max(used[middle:]) - max(used[:middle]), 15, used)
+        self.assertLess(max(used) - used[0], 80)
+        self.assertLess(stalls["longestMs"], 100)
+        _, length, stamps = video.probe(self.folder / "long.mp4")
+        self.assertLessEqual(abs(length * 1000 - (end - start)), 2 * GOP_MS)
+        self.assertEqual(len(stamps), round(length * 1000 / FRAME_MS))
 
 
 if __name__ == "__main__":
