@@ -130,9 +130,34 @@ private slots:
         QTRY_VERIFY(!timer->isActive());
         QVERIFY(!m_model->loading());
 
+        // The view is back before the answer to where it was.
+        ScriptedServer::Answer answer{.body = "[]", .held = true};
+        m_server->otherwise([&](const ScriptedServer::Request &request) {
+            return request.path().endsWith("recording-range") ? ScriptedServer::Answer{.body = m_range}
+                                                              : answer;
+        });
+        QSignalSpy answered(m_client.get(), &ApiClient::timelineReceived);
+        QSignalSpy failed(m_client.get(), &ApiClient::timelineFailed);
+        m_model->loadRange(at(-90 * hourMs), at(-80 * hourMs));
+        QTRY_COMPARE(m_server->asked("timeline").size(), before + 2);
+        m_model->loadRange(at(-20 * hourMs), at(-19 * hourMs));
+        QVERIFY(!m_model->loading());
+        m_server->release();
+        QVERIFY(answered.wait());
+        QCOMPARE(m_model->loadedFrom(), at(-22 * hourMs));
+
+        // What could not be had is asked for again.
+        answer = {.status = 500};
+        m_model->loadRange(at(-90 * hourMs), at(-80 * hourMs));
+        QVERIFY(failed.wait());
+        answer = {.body = "[]"};
+        m_model->refresh();
+        QVERIFY(answered.wait());
+        QCOMPARE(m_model->loadedFrom(), at(-100 * hourMs));
+
         constexpr qint64 most = std::numeric_limits<qint64>::max();
         m_model->loadRange(-most, most);
-        QTRY_COMPARE(m_server->asked("timeline").size(), before + 2);
+        QTRY_COMPARE(m_server->asked("timeline").size(), before + 5);
     }
 
     void dropsAnswersToEarlierQuestions()
