@@ -1,6 +1,7 @@
 #include "archive/TimelineModel.h"
 
 #include "app/Logging.h"
+#include "archive/ArchivePlayer.h"
 #include "archive/Instants.h"
 #include "net/ApiClient.h"
 
@@ -165,14 +166,13 @@ QVariantList TimelineModel::coverageFor(const QString &cameraId) const
 
 void TimelineModel::handCoverage(QObject *player, const QString &cameraId) const
 {
+    auto *archivePlayer = qobject_cast<ArchivePlayer *>(player);
+    if (!archivePlayer)
+        return;
     QVariantList spans = coverageFor(cameraId);
-    if (spans.isEmpty())
+    if (spans.isEmpty() && m_perCamera.contains(cameraId))
         spans.append(spanMap(0, 1));
-    // A player written in QML takes any value.
-    if (player->metaObject()->indexOfMethod("setCoverage(QVariant)") >= 0)
-        QMetaObject::invokeMethod(player, "setCoverage", Q_ARG(QVariant, QVariant(spans)));
-    else
-        QMetaObject::invokeMethod(player, "setCoverage", Q_ARG(QVariantList, spans));
+    archivePlayer->setCoverage(spans);
 }
 
 qint64 TimelineModel::computeStartTime(qint64 lookbackMs) const

@@ -75,8 +75,9 @@ public:
 
     /// The camera's own spans in batch mode, otherwise none.
     Q_INVOKABLE QVariantList coverageFor(const QString &cameraId) const;
-    /// Calls the player's setCoverage() with those spans, or with an empty span where there are none: to a
-    /// player an empty list means that nothing is known. Nothing of it passes through QML.
+    /// Calls the setCoverage() of an ArchivePlayer with those spans. To a player an empty list means that
+    /// nothing is known: it gets one for a camera that no answer told of, and a span in 1970 where nothing is
+    /// recorded. Nothing of it passes through QML.
     Q_INVOKABLE void handCoverage(QObject *player, const QString &cameraId) const;
     /// Where playback starts unless the user says otherwise: `lookbackMs` before the end of the recording,
     /// but never before its beginning; 0 without data.

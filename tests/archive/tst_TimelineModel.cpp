@@ -1,3 +1,4 @@
+#include "archive/ArchivePlayer.h"
 #include "archive/TimelineModel.h"
 #include "support/SignedIn.h"
 
@@ -248,6 +249,20 @@ private slots:
             QCOMPARE(m_model->latest(), latest);
         }
         QCOMPARE(m_model->coverageFor("b"), QVariantList{span(20, 40)});
+
+        // Where an answer told of nothing there is nothing, where none told there may be something.
+        ArchivePlayer player;
+        player.init(m_client.get());
+        player.setSynchronized(true);
+        player.startFrom("b", 25);
+        m_model->handCoverage(&player, "b");
+        player.showAt(30);
+        QCOMPARE(player.state(), "loading");
+        player.showAt(50);
+        QCOMPARE(player.state(), "no_footage");
+        m_model->handCoverage(&player, "c");
+        player.showAt(50);
+        QCOMPARE(player.state(), "loading");
         QVERIFY(m_model->coverageFor("c").isEmpty());
         emit m_client->batchTimelineFailed("gone", "");
         QCOMPARE(m_model->spans().size(), 1);

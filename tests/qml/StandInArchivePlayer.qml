@@ -20,9 +20,7 @@ QtObject {
         calls.push(["setSynchronized", on])
     }
 
-    function setCoverage(spans) {
-        calls.push(["setCoverage", spans])
-    }
+    function setCoverage(spans) { }
 
     function startFrom(cameraId, ms) {
         calls.push(["startFrom", cameraId, ms])

@@ -134,17 +134,6 @@ PageTestCase {
         compare(player.state, "paused", "one that comes late")
     }
 
-    function test_coverage_follows_the_timeline() {
-        playGrid("cam1", "cam2")
-        const player = findChild(cell("cam1"), "cellPlayer")
-        const coverage = () => calls(player, "setCoverage").pop()[1]
-        compare(coverage(), [{ start: latest - 2 * hour, end: latest }])
-        archiveFeed.giveBatch({ cam1: [], cam2: [] }, [])
-        verify(coverage().length > 0 && coverage().every(span => span.end < page.gridPlayheadTime))
-        page.playFrom(latest - 20 * hour)
-        compare(coverage(), [])
-    }
-
     // Time navigation.
 
     function test_ranges_to_choose() {
