@@ -219,7 +219,9 @@ void ArchivePlayer::resume()
     m_clock.reset();
     m_player->setPaused(false);
     setState(ArchivePlayerTerms::playing);
-    if (!m_retryTimer.isActive())
+    if (!m_fetchingMore && m_segments.holds(m_pendingIndex))
+        playPending();
+    else if (!m_retryTimer.isActive())
         loadAgain();
 }
 

@@ -59,6 +59,9 @@ void ArchivePlayer::append(const QList<SegmentData> &segments)
 
 void ArchivePlayer::playPending()
 {
+    // Resuming plays it.
+    if (m_state == paused && m_segments.holds(m_pendingIndex))
+        return;
     const int index = std::exchange(m_pendingIndex, -1);
     if (index < 0)
         return;
