@@ -46,8 +46,7 @@ void ArchivePlayer::onSegmentsReceived(
 
 void ArchivePlayer::append(const QList<SegmentData> &segments)
 {
-    if (!m_segments.append(segments))
-        m_exhausted = true;
+    m_exhausted = !m_segments.append(segments);
     const int trimmed = m_segments.trim(m_currentIndex);
     if (trimmed == 0)
         return;

@@ -178,6 +178,16 @@ private slots:
             QTRY_COMPARE(playedId(), played + 1);
         }
         QVERIFY(asked() > 10 && asked() < 20);
+
+        // It goes on after it seemed to be over.
+        while (playedId() < 300)
+            endFile();
+        fetchPage();
+        m_server->recording = continuous(301);
+        endFile();
+        QTRY_COMPARE(playedId(), 301);
+        fetchPage();
+
         const QStringList trims = m_log->taken().filter("segments received");
         QVERIFY(!trims.isEmpty());
         for (const QString &line : trims)
