@@ -48,5 +48,12 @@ PageTestCase {
         verify(findChild(page, "exportBar").visible, "until the download has ended")
         exportModel.downloading = false
         verify(!findChild(page, "exportBar").visible)
+
+        page.toggleExportMode()
+        findChild(page, "exportDownload").forceActiveFocus(Qt.TabFocusReason)
+        exportModel.downloading = true
+        exportModel.downloading = false
+        keyClick(Qt.Key_Space)
+        compare(page.player.state, "paused")
     }
 }
