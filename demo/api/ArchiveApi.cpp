@@ -13,7 +13,7 @@ namespace demo {
 
 namespace {
 
-constexpr qint64 longestTimelineMs = 400LL * 24 * 3600 * 1000;
+constexpr qint64 longestTimelineMs = 36'500LL * 24 * 3600 * 1000;
 constexpr qint64 longestExportMs = 3600LL * 1000;
 constexpr int defaultSegments = 20;
 constexpr int maxSegments = 500;

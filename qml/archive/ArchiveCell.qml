@@ -13,8 +13,8 @@ Rectangle {
     property real playbackSpeed: 1
     property bool loadStalled: false
 
-    // Whether the timeline knows what was recorded at that moment.
-    readonly property bool _charted: targetTime >= timelineModel.loadedFrom && targetTime < timelineModel.loadedTo
+    // Whether the player was told what the timeline knows.
+    property bool _charted: false
     readonly property string _shownState: archive.state !== "loading" ? archive.state
         : loadStalled ? "no_footage" : "loading"
     readonly property string _text: cameraId === "" ? Translations.clickCameraToAssign : ({
@@ -37,7 +37,13 @@ Rectangle {
             archive.showAt(targetTime)
     }
 
+    // Whether the timeline knows what was recorded at the moment.
+    function isCharted() : bool {
+        return targetTime >= timelineModel.loadedFrom && targetTime < timelineModel.loadedTo
+    }
+
     function refreshCoverage() {
+        _charted = isCharted()
         if (_charted)
             timelineModel.handCoverage(archive, cameraId)
         else
@@ -56,9 +62,8 @@ Rectangle {
     Accessible.role: Accessible.Pane
     Accessible.name: [cameraName, _text].filter(Boolean).join(", ")
 
-    onTargetTimeChanged: sync()
+    onTargetTimeChanged: isCharted() === _charted ? sync() : refreshCoverage()
     onCameraIdChanged: refreshCoverage()
-    on_ChartedChanged: refreshCoverage()
     onIsPlayingChanged: followPlaying()
     onPlaybackSpeedChanged: archive.setSpeed(playbackSpeed)
     Component.onCompleted: {

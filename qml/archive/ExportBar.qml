@@ -17,6 +17,13 @@ Flow {
 
     signal downloadClicked()
     signal cancelClicked()
+    // The keyboard is on a button that cannot be pressed any more.
+    signal leaveRequested()
+
+    function _leave(button: Item) {
+        if (button.focus && !(button.visible && button.enabled))
+            leaveRequested()
+    }
 
     spacing: Theme.spacingSM
     Accessible.role: Accessible.Pane
@@ -41,15 +48,24 @@ Flow {
         color: Theme.textSecondary
     }
     PrimaryButton {
+        id: download
+
         objectName: "exportDownload"
         visible: root.rangeText !== ""
         enabled: !root.selectionEmpty && !root.downloading
         text: Translations.exportDo
+        focusPolicy: Qt.TabFocus
+        onVisibleChanged: root._leave(download)
+        onEnabledChanged: root._leave(download)
         onClicked: root.downloadClicked()
     }
     ActionButton {
+        id: cancel
+
         objectName: "exportCancel"
         text: root.rangeText === "" && !root.downloading ? Translations.close : Translations.cancel
+        focusPolicy: Qt.TabFocus
+        onVisibleChanged: root._leave(cancel)
         onClicked: root.cancelClicked()
     }
     Line {

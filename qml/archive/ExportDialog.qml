@@ -22,9 +22,11 @@ Item {
         chooser.open()
     }
 
-    // Qt's own dialog gives a name that was typed as a bare path.
+    // Qt's own dialog gives a name that was typed as a bare path, and adds the suffix before the first "#" or "?".
     function _choose(file: url) {
-        const address = (String(file).startsWith("/") ? "file://" : "") + file
+        const text = String(file)
+        const address = !text.startsWith("/") ? text
+            : "file://" + text.replace(/\.mp4(?=[#?])/, "").replace(/[#?]/g, encodeURIComponent)
         _target = address.endsWith(".mp4") ? address : address + ".mp4"
         if (exportModel.wouldReplace(_target))
             replaceDialog.open()
@@ -35,7 +37,7 @@ Item {
     // Where the platform has no dialog, Qt's own writes the path on white whatever the palette says.
     function _darkenPath(item: var) {
         if (item.buttonDelegate !== undefined)
-            item.palette.windowText = Theme.background
+            item.palette.windowText = Theme.surfaceDark
         for (let i = 0; i < item.children.length; ++i)
             _darkenPath(item.children[i])
     }

@@ -52,6 +52,7 @@ Rectangle {
                 exportModel.dismiss()
                 root.page.exportMode = false
             }
+            onLeaveRequested: axis.forceActiveFocus(Qt.OtherFocusReason)
         }
         ArchiveTimeNav {
             objectName: "timeNav"

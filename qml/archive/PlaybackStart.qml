@@ -1,25 +1,29 @@
 import QtQuick
 
-// What happens once per selection when the recording range of the cameras is known: the first view of the timeline,
-// and the start of the playback.
+// What happens once per selection when the recording range of the cameras is known: the start of the playback, and
+// the first view of the timeline.
 Connections {
     id: root
 
     required property var page
 
     function onRangeChanged() {
-        autoPlay()
-        initializeView()
+        autoPlaySingle()
+        if (timelineModel.hasData && !page._viewInitialized) {
+            page._viewInitialized = true
+            autoPlayGrid()
+            initializeView()
+        }
     }
 
     // Nothing of the last hours is recorded: what the view shows may still be.
-    function onLoadingChanged() {
-        if (!timelineModel.loading && page.gridMode && !timelineModel.hasData && page.gridPlayheadTime > 0
+    function onSpansChanged() {
+        if (page.gridMode && !timelineModel.hasData && page.gridPlayheadTime > 0
                 && timelineModel.loadedTo > timelineModel.loadedFrom)
             timelineModel.loadRange(page.timeline.viewStart, page.timeline.viewEnd)
     }
 
-    function autoPlay() {
+    function autoPlaySingle() {
         if (!page._autoPlayPending || page.gridMode)
             return
         if (timelineModel.cameraId !== page.selectedCameraId) {
@@ -42,16 +46,16 @@ Connections {
         page.player.startFrom(page.selectedCameraId, start)
     }
 
+    function autoPlayGrid() {
+        if (page.gridMode && page.gridPlayheadTime <= 0)
+            page.playFrom(timelineModel.computeStartTime())
+    }
+
     // The last six hours, which the timeline asks for by itself; farther back when it starts there.
     function initializeView() {
-        if (!timelineModel.hasData || page._viewInitialized)
-            return
-        page._viewInitialized = true
         const { earliest, latest } = timelineModel
         page.timeline.viewStart = Math.max(earliest, latest - 6 * 3600000)
         page.timeline.viewEnd = latest
-        if (page.gridMode && page.gridPlayheadTime <= 0)
-            page.playFrom(timelineModel.computeStartTime())
         if (page.playheadTime > 0)
             page.timeline.reveal(page.playheadTime)
     }

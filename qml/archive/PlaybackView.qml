@@ -103,6 +103,8 @@ FocusScope {
             gridPlayheadTime = Math.min(timeMs, Date.now())
             gridPlaying = true
         } else if (selectedCameraId !== "") {
+            _autoPlayPending = false
+            pendingSeekMs = 0
             player.startFrom(selectedCameraId, timeMs)
         }
     }

@@ -44,6 +44,13 @@ Rectangle {
                 root.loadStalled = false
             }
         }
+        // Another moment was picked.
+        onCurrentTimeChanged: {
+            if (root._stalled) {
+                root.loadStalled = false
+                stallTimer.restart()
+            }
+        }
     }
     Timer {
         id: stallTimer

@@ -9,6 +9,9 @@ ControlButton {
     property real speed: 1
     property var speedSteps: []
 
+    // Where the keyboard was when the list was opened, and is to be again.
+    property Item _focusBefore: null
+
     signal speedSelected(real value)
 
     function label(value: real) : string {
@@ -18,7 +21,14 @@ ControlButton {
     text: Translations.speedLabel + ": " + label(speed)
     sign: label(speed) + " ▾"
     hintEnabled: !menu.visible
-    onClicked: menu.visible ? menu.close() : menu.open()
+    onClicked: {
+        if (menu.visible) {
+            menu.close()
+        } else {
+            _focusBefore = Window.activeFocusItem
+            menu.open()
+        }
+    }
 
     Menu {
         id: menu
@@ -27,7 +37,7 @@ ControlButton {
         y: -height - Theme.spacingXS
         closePolicy: Popup.CloseOnEscape | Popup.CloseOnPressOutsideParent
         onOpened: currentIndex = root.speedSteps.indexOf(root.speed)
-        onClosed: root.forceActiveFocus()
+        onClosed: root._focusBefore?.forceActiveFocus(Qt.PopupFocusReason)
 
         background: Rectangle {
             implicitWidth: 96

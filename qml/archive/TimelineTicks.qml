@@ -18,13 +18,22 @@ Item {
         1, Math.ceil(timeline.range / level.major / (_mostMajor - 1)))
     readonly property real _firstMinor: firstTick(_minor)
     readonly property real _firstMajor: firstTick(_major)
-    readonly property real _offsetMs: -new Date(timeline.viewStart).getTimezoneOffset() * 60000
+    readonly property real _offsetMs: offsetAt(timeline.viewStart)
     // Labels that would run into each other leave some out.
     readonly property int _labelStride: Math.ceil(
         (metrics.width + Theme.spacingSM) / Math.max(1, width * _major / timeline.range))
 
     function firstTick(step: real) : real {
         return Math.ceil((timeline.viewStart + _offsetMs) / step) * step - _offsetMs
+    }
+
+    function offsetAt(timeMs: real) : real {
+        return -new Date(timeMs).getTimezoneOffset() * 60000
+    }
+
+    // After the clocks were changed within the view, ticks farther apart than an hour would stand beside the local one.
+    function tickTime(alignedMs: real, step: real) : real {
+        return step <= 3600000 ? alignedMs : alignedMs + _offsetMs - offsetAt(alignedMs)
     }
 
     visible: timeline.range > 0
@@ -40,7 +49,7 @@ Item {
 
         Rectangle {
             required property int index
-            readonly property real time: root._firstMinor + index * root._minor
+            readonly property real time: root.tickTime(root._firstMinor + index * root._minor, root._minor)
 
             x: Math.round(root.timeline.timeToX(time))
             width: 1
@@ -56,7 +65,8 @@ Item {
             id: tick
 
             required property int index
-            readonly property real time: root._firstMajor + index * root._major
+            readonly property real aligned: root._firstMajor + index * root._major
+            readonly property real time: root.tickTime(aligned, root._major)
 
             x: Math.round(root.timeline.timeToX(time))
             width: 1
@@ -69,7 +79,7 @@ Item {
                 y: 20 - baselineOffset
                 // One that is cut off by the edge could be misread.
                 visible: tick.x >= width / 2 && tick.x <= root.width - width / 2
-                    && Math.round((tick.time + root._offsetMs) / root._major) % root._labelStride === 0
+                    && Math.round((tick.aligned + root._offsetMs) / root._major) % root._labelStride === 0
                 text: tick.visible ? root.timeline.formatTickLabel(tick.time, root.timeline.range) : ""
                 color: Theme.textSecondary
                 font.pixelSize: Theme.fontXS

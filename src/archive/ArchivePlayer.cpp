@@ -40,8 +40,13 @@ bool ArchivePlayer::playing() const
 
 bool ArchivePlayer::isFileOpen() const
 {
-    return m_player && m_player->state() != idle && !m_awaitingFirstFrame && m_state != ended
-        && m_state != failed;
+    return m_player && m_player->state() != idle && !hasBrokenOff() && !m_awaitingFirstFrame
+        && m_state != ended && m_state != failed;
+}
+
+bool ArchivePlayer::hasBrokenOff() const
+{
+    return m_player && m_player->state() == failed;
 }
 
 void ArchivePlayer::setSpeed(double rate)
@@ -189,7 +194,7 @@ void ArchivePlayer::showAt(qint64 timestampMs)
         return;
     m_jumped = false;
     setCurrentTime(timestampMs);
-    if (showing && index == m_currentIndex && m_player) {
+    if (showing && index == m_currentIndex && isFileOpen()) {
         m_player->seekTo(secondsBetween(m_segments.at(index).startMs, timestampMs));
         return;
     }
@@ -214,6 +219,10 @@ void ArchivePlayer::resume()
     m_clock.reset();
     m_player->setPaused(false);
     setState(ArchivePlayerTerms::playing);
+    if (!m_fetchingMore && m_segments.holds(m_pendingIndex))
+        playPending();
+    else if (!m_retryTimer.isActive())
+        loadAgain();
 }
 
 void ArchivePlayer::stop()
@@ -285,7 +294,7 @@ void ArchivePlayer::onFirstFrame()
 
 void ArchivePlayer::onItemStateChanged()
 {
-    if (!m_player || m_player->state() != failed)
+    if (!hasBrokenOff())
         return;
     if (!std::exchange(m_awaitingFirstFrame, false))
         m_retryTimer.start(failurePauseMs);
@@ -295,7 +304,7 @@ void ArchivePlayer::onItemStateChanged()
 
 void ArchivePlayer::loadAgain()
 {
-    if (m_state != ArchivePlayerTerms::playing || !m_player || m_player->state() != failed)
+    if (m_state != ArchivePlayerTerms::playing || !hasBrokenOff())
         return;
     m_pendingSeekMs = m_currentTime;
     playSegment(m_currentIndex, true);

@@ -80,6 +80,7 @@ signals:
 
 private:
     bool isFileOpen() const;
+    bool hasBrokenOff() const;
     void onFirstFrame();
     void onItemStateChanged();
     void loadAgain();

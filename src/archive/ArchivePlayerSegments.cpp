@@ -46,8 +46,7 @@ void ArchivePlayer::onSegmentsReceived(
 
 void ArchivePlayer::append(const QList<SegmentData> &segments)
 {
-    if (!m_segments.append(segments))
-        m_exhausted = true;
+    m_exhausted = !m_segments.append(segments);
     const int trimmed = m_segments.trim(m_currentIndex);
     if (trimmed == 0)
         return;
@@ -59,6 +58,9 @@ void ArchivePlayer::append(const QList<SegmentData> &segments)
 
 void ArchivePlayer::playPending()
 {
+    // Resuming plays it.
+    if (m_state == paused && m_segments.holds(m_pendingIndex))
+        return;
     const int index = std::exchange(m_pendingIndex, -1);
     if (index < 0)
         return;

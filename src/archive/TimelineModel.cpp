@@ -1,6 +1,7 @@
 #include "archive/TimelineModel.h"
 
 #include "app/Logging.h"
+#include "archive/ArchivePlayer.h"
 #include "archive/Instants.h"
 #include "net/ApiClient.h"
 
@@ -67,21 +68,37 @@ void TimelineModel::loadBatchTimeline(const QStringList &cameraIds)
 
 void TimelineModel::loadRange(qint64 fromMs, qint64 toMs)
 {
+    m_viewFrom = Instants::bounded(fromMs);
+    m_viewTo = Instants::bounded(toMs);
     if (m_loadedTo > m_loadedFrom && fromMs >= m_loadedFrom && toMs <= m_loadedTo) {
         m_rangeTimer.stop();
+        // What was asked for another view would take the place of what this one shows.
+        if (m_loading && (m_viewFrom < m_requestedFrom || m_viewTo > m_requestedTo)) {
+            m_requestId.clear();
+            setLoading(false);
+        }
         return;
     }
-    m_pendingFrom = Instants::bounded(fromMs);
-    m_pendingTo = Instants::bounded(toMs);
+    m_pendingFrom = m_viewFrom;
+    m_pendingTo = m_viewTo;
     m_rangeTimer.start();
+}
+
+bool TimelineModel::isViewMissing() const
+{
+    return m_viewTo > m_viewFrom && (m_viewFrom < m_loadedFrom || m_viewTo > m_loadedTo);
+}
+
+void TimelineModel::requestView(qint64 fromMs, qint64 toMs)
+{
+    const qint64 width = toMs - fromMs;
+    request(fromMs - width, toMs + width);
 }
 
 void TimelineModel::requestPending()
 {
-    if (m_pendingTo <= m_pendingFrom || m_cameraId.isEmpty())
-        return;
-    const qint64 width = m_pendingTo - m_pendingFrom;
-    request(m_pendingFrom - width, m_pendingTo + width);
+    if (m_pendingTo > m_pendingFrom && !m_cameraId.isEmpty())
+        requestView(m_pendingFrom, m_pendingTo);
 }
 
 void TimelineModel::refresh()
@@ -91,6 +108,8 @@ void TimelineModel::refresh()
     if (!m_batch) {
         m_refreshing = true;
         m_apiClient->fetchRecordingRange(m_cameraId);
+    } else if (isViewMissing()) {
+        requestView(m_viewFrom, m_viewTo);
     } else if (m_loadedTo >= m_latest) {
         const qint64 now = QDateTime::currentMSecsSinceEpoch();
         request(m_loadedTo > m_loadedFrom ? m_loadedFrom : now - firstRangeMs, std::max(m_loadedTo, now));
@@ -106,6 +125,7 @@ void TimelineModel::clear()
     m_earliest = m_latest = 0;
     m_hasData = false;
     m_rangeTimer.stop();
+    m_viewFrom = m_viewTo = 0;
     m_pendingFrom = m_pendingTo = 0;
     m_loadedFrom = m_loadedTo = 0;
     m_requestedFrom = m_requestedTo = 0;
@@ -146,14 +166,13 @@ QVariantList TimelineModel::coverageFor(const QString &cameraId) const
 
 void TimelineModel::handCoverage(QObject *player, const QString &cameraId) const
 {
+    auto *archivePlayer = qobject_cast<ArchivePlayer *>(player);
+    if (!archivePlayer)
+        return;
     QVariantList spans = coverageFor(cameraId);
-    if (spans.isEmpty())
+    if (spans.isEmpty() && m_perCamera.contains(cameraId))
         spans.append(spanMap(0, 1));
-    // A player written in QML takes any value.
-    if (player->metaObject()->indexOfMethod("setCoverage(QVariant)") >= 0)
-        QMetaObject::invokeMethod(player, "setCoverage", Q_ARG(QVariant, QVariant(spans)));
-    else
-        QMetaObject::invokeMethod(player, "setCoverage", Q_ARG(QVariantList, spans));
+    archivePlayer->setCoverage(spans);
 }
 
 qint64 TimelineModel::computeStartTime(qint64 lookbackMs) const
@@ -165,16 +184,20 @@ void TimelineModel::onRecordingRangeReceived(const QString &cameraId, const Reco
 {
     if (cameraId != m_cameraId || m_batch)
         return;
-    const bool refreshed = std::exchange(m_refreshing, false) && m_hasData && m_loadedTo > m_loadedFrom;
+    const bool refreshed = std::exchange(m_refreshing, false) && m_hasData;
     const qint64 knownLatest = m_latest;
     setRange(range);
     if (m_cameraId != cameraId)
         return;
     if (!m_hasData) {
         setLoading(false);
-    } else if (!refreshed) {
+    } else if (refreshed && m_loading) {
+        return;
+    } else if (refreshed && isViewMissing()) {
+        requestView(m_viewFrom, m_viewTo);
+    } else if (!refreshed || m_loadedTo <= m_loadedFrom) {
         request(std::max(m_earliest, m_latest - firstRangeMs), m_latest);
-    } else if (!m_loading && m_latest > knownLatest && m_loadedTo >= knownLatest) {
+    } else if (m_latest > knownLatest && m_loadedTo >= knownLatest) {
         request(m_loadedFrom, std::max(m_loadedTo, m_latest));
     }
 }
@@ -183,7 +206,7 @@ void TimelineModel::setRange(const RecordingRangeData &range)
 {
     const qint64 earliest = Instants::fromDateTime(range.earliest);
     const qint64 latest = Instants::fromDateTime(range.latest);
-    m_hasData = range.hasData && earliest <= latest;
+    setHasData(range.hasData && earliest <= latest);
     m_earliest = m_hasData ? earliest : 0;
     m_latest = m_hasData ? latest : 0;
     qCInfo(lcPlayback).noquote() << QStringLiteral("recording range cam=%1 hasData=%2 earliest=%3 latest=%4")
@@ -192,6 +215,14 @@ void TimelineModel::setRange(const RecordingRangeData &range)
                                             m_hasData ? Instants::logText(m_earliest) : QStringLiteral("-"),
                                             m_hasData ? Instants::logText(m_latest) : QStringLiteral("-"));
     emit rangeChanged();
+}
+
+void TimelineModel::setHasData(bool hasData)
+{
+    // The first data brings a view of its own.
+    if (hasData && !m_hasData)
+        m_viewFrom = m_viewTo = 0;
+    m_hasData = hasData;
 }
 
 void TimelineModel::onRecordingRangeFailed(const QString &cameraId, const QString &error)
@@ -277,7 +308,7 @@ void TimelineModel::widenRange()
         return;
     m_earliest = earliest;
     m_latest = latest;
-    m_hasData = hasData;
+    setHasData(hasData);
     emit rangeChanged();
 }
 

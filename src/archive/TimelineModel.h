@@ -65,17 +65,19 @@ public:
     /// clears.
     Q_INVOKABLE void loadBatchTimeline(const QStringList &cameraIds);
     /// The visible range has become [fromMs, toMs]. When it leaves what is loaded, three times its width is
-    /// asked for, 150 ms after the last call.
+    /// asked for, 150 ms after the last call; when it is back before the answer, the answer is dropped.
     Q_INVOKABLE void loadRange(qint64 fromMs, qint64 toMs);
-    /// Asks what the recording has grown by since. What is shown stays until the answer is there; when it
-    /// fails, the next one may do better. Nothing happens while a request is outstanding.
+    /// Asks what the recording has grown by since, or for the visible range when that is not loaded, as its
+    /// request failed. What is shown stays until the answer is there; when it fails, the next one may do
+    /// better. Nothing happens while a request is outstanding.
     Q_INVOKABLE void refresh();
     Q_INVOKABLE void clear();
 
     /// The camera's own spans in batch mode, otherwise none.
     Q_INVOKABLE QVariantList coverageFor(const QString &cameraId) const;
-    /// Calls the player's setCoverage() with those spans, or with an empty span where there are none: to a
-    /// player an empty list means that nothing is known. Nothing of it passes through QML.
+    /// Calls the setCoverage() of an ArchivePlayer with those spans. To a player an empty list means that
+    /// nothing is known: it gets one for a camera that no answer told of, and a span in 1970 where nothing is
+    /// recorded. Nothing of it passes through QML.
     Q_INVOKABLE void handCoverage(QObject *player, const QString &cameraId) const;
     /// Where playback starts unless the user says otherwise: `lookbackMs` before the end of the recording,
     /// but never before its beginning; 0 without data.
@@ -100,6 +102,10 @@ signals:
 private:
     void request(qint64 fromMs, qint64 toMs);
     void requestPending();
+    void requestView(qint64 fromMs, qint64 toMs);
+    // Whether something of the visible range is not loaded.
+    bool isViewMissing() const;
+    void setHasData(bool hasData);
     void setRange(const RecordingRangeData &range);
     void setSpans(
         std::vector<SpanIndex::Span> spans, const QVariantList &maps = {}, const QVariantMap &perCamera = {});
@@ -121,6 +127,9 @@ private:
     bool m_hasData = false;
     bool m_loading = false;
     bool m_refreshing = false;
+    // What is visible, as far as it is known.
+    qint64 m_viewFrom = 0;
+    qint64 m_viewTo = 0;
     QTimer m_rangeTimer{this};
     qint64 m_pendingFrom = 0;
     qint64 m_pendingTo = 0;

@@ -83,11 +83,15 @@ private slots:
         m_files[0] = m_file;
         startFrom(0);
 
-        // The file that follows cannot be opened at first, and then not at all.
+        // The file that follows cannot be opened until it was paused for a while, and then not at all.
         m_files[1] = "nor is this";
         m_player->seek(base + segmentMs - 1000);
-        QTRY_VERIFY_WITH_TIMEOUT(!m_server->asked("/segments/1/file").isEmpty(), patienceMs);
+        QTRY_COMPARE_WITH_TIMEOUT(m_item->state(), "error", patienceMs);
+        m_player->pause();
+        const auto *retryTimer = m_player->findChild<QTimer *>();
+        QTRY_VERIFY_WITH_TIMEOUT(!retryTimer->isActive(), patienceMs);
         m_files[1] = m_file;
+        m_player->resume();
         QTRY_VERIFY_WITH_TIMEOUT(shows(segmentMs), patienceMs);
         m_files[2] = "nor that";
         m_player->seek(base + 2 * segmentMs - 1000);

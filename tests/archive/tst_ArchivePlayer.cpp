@@ -161,6 +161,16 @@ private slots:
             QTRY_COMPARE(playedId(), played + 1);
         }
         QVERIFY(asked() > 10 && asked() < 20);
+
+        // It goes on after it seemed to be over.
+        while (playedId() < 300)
+            endFile();
+        fetchPage();
+        m_server->recording = continuous(301);
+        endFile();
+        QTRY_COMPARE(playedId(), 301);
+        fetchPage();
+
         const QStringList trims = m_log->taken().filter("segments received");
         QVERIFY(!trims.isEmpty());
         for (const QString &line : trims)
@@ -174,9 +184,12 @@ private slots:
         move();
         QTRY_COMPARE(asked(), 2);
         endFile();
-        QCOMPARE(playedId(), 1);
+        m_player->pause();
         m_instead = {};
         answerLate(2, 10'000);
+        QCOMPARE(playedId(), 1);
+        QCOMPARE(m_player->state(), "paused");
+        m_player->resume();
         QCOMPARE(playedId(), 2);
         QCOMPARE(m_player->state(), "playing");
 

@@ -1,3 +1,4 @@
+#include "archive/ArchivePlayer.h"
 #include "archive/TimelineModel.h"
 #include "support/SignedIn.h"
 
@@ -91,9 +92,34 @@ private slots:
         QTRY_VERIFY(!timer->isActive());
         QVERIFY(!m_model->loading());
 
+        // The view is back before the answer to where it was.
+        ScriptedServer::Answer answer{.body = "[]", .held = true};
+        m_server->otherwise([&](const ScriptedServer::Request &request) {
+            return request.path().endsWith("recording-range") ? ScriptedServer::Answer{.body = m_range}
+                                                              : answer;
+        });
+        QSignalSpy answered(m_client.get(), &ApiClient::timelineReceived);
+        QSignalSpy failed(m_client.get(), &ApiClient::timelineFailed);
+        m_model->loadRange(at(-90 * hourMs), at(-80 * hourMs));
+        QTRY_COMPARE(m_server->asked("timeline").size(), before + 2);
+        m_model->loadRange(at(-20 * hourMs), at(-19 * hourMs));
+        QVERIFY(!m_model->loading());
+        m_server->release();
+        QVERIFY(answered.wait());
+        QCOMPARE(m_model->loadedFrom(), at(-22 * hourMs));
+
+        // What could not be had is asked for again.
+        answer = {.status = 500};
+        m_model->loadRange(at(-90 * hourMs), at(-80 * hourMs));
+        QVERIFY(failed.wait());
+        answer = {.body = "[]"};
+        m_model->refresh();
+        QVERIFY(answered.wait());
+        QCOMPARE(m_model->loadedFrom(), at(-100 * hourMs));
+
         constexpr qint64 most = std::numeric_limits<qint64>::max();
         m_model->loadRange(-most, most);
-        QTRY_COMPARE(m_server->asked("timeline").size(), before + 2);
+        QTRY_COMPARE(m_server->asked("timeline").size(), before + 5);
     }
 
     void dropsAnswersToEarlierQuestions()
@@ -155,6 +181,32 @@ private slots:
         QTRY_COMPARE(loading.count(), 2);
         QCOMPARE(m_model->spans().size(), 1);
         QVERIFY(m_model->hasData());
+    }
+
+    void batchTellsWhereNothingIs()
+    {
+        const QVariantMap perCamera{{"a", QVariantList{span(50, 60)}}, {"b", QVariantList{span(20, 40)}}};
+        m_model->loadBatchTimeline({"a", "b"});
+        for (const auto &[merged, latest] : {std::pair(span(20, 60), 60), std::pair(span(30, 90), 90)}) {
+            emit m_client->batchTimelineReceived(perCamera, {merged}, "");
+            QCOMPARE(m_model->earliest(), 20);
+            QCOMPARE(m_model->latest(), latest);
+        }
+
+        // Where an answer told of nothing there is nothing, where none told there may be something.
+        ArchivePlayer player;
+        player.init(m_client.get());
+        player.setSynchronized(true);
+        player.startFrom("b", 25);
+        m_model->handCoverage(&player, "b");
+        player.showAt(30);
+        QCOMPARE(player.state(), "loading");
+        player.showAt(50);
+        QCOMPARE(player.state(), "no_footage");
+        m_model->handCoverage(&player, "c");
+        player.showAt(50);
+        QCOMPARE(player.state(), "loading");
+        QVERIFY(m_model->coverageFor("c").isEmpty());
     }
 
 private:

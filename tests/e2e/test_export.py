@@ -85,13 +85,13 @@ class ExportTest(EndToEndTest):
         gaps = [(one["end"], next["start"]) for one, next in zip(spans, spans[1:])]
         gap = next(gap for gap in gaps if gap[1] - gap[0] == 10 * MINUTE and gap[0] > spans[0]["start"] + MINUTE)
         start, end = page.choose_clip(gap[0] - 20_000, gap[1] + 15_000)
-        page.save_clip("gap.mp4")
+        page.save_clip("gap #1.mp4")
         page.wait_exported()
         warning = "Some footage was unavailable — the file has gaps"
         page.ui.open_page("live")
         page.ui.open_page("playback")
         self.assertEqual(page.probe.item(["text"], name="exportPartial").values["text"], warning)
-        self.assert_holds(self.folder / "gap.mp4", start, end, missing=[round(10 * MINUTE / FRAME_MS) + 1])
+        self.assert_holds(self.folder / "gap #1.mp4", start, end, missing=[round(10 * MINUTE / FRAME_MS) + 1])
         page.ui.click(name="exportCancel")
         page.probe.gone(name="exportPartial")
 

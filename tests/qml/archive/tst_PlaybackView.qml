@@ -100,6 +100,15 @@ TestCase {
         page.openAt("cam4", latest - 2 * hour)
         archiveFeed.giveRange("cam4", earliest, latest)
         compare(starts(page.player), [["cam4", latest - 2 * hour]], "the last of two while it loads")
+        findChild(page, "singleVideo").firstFrameRendered()
+        findChild(page, "singleStallTimer").triggered()
+        compare(findChild(page, "singleMessage").text, Translations.archiveNoFootageHere)
+        page.playFrom(latest - 4 * hour)
+        compare(findChild(page, "singleMessage").text, Translations.loadingSegment)
+        page.openAt("cam5", latest)
+        page.playFrom(latest - 3 * hour)
+        archiveFeed.giveRange("cam5", earliest, latest)
+        compare(page.player.currentTime, latest - 3 * hour)
         playGrid("cam1")
         page.openAt("cam3", latest - 8 * hour)
         archiveFeed.giveRange("cam3", earliest, latest)
@@ -128,6 +137,23 @@ TestCase {
         verify(!findChild(page, "exportButton").visible)
         tick("cam2")
         verify(!page.exportMode)
+    }
+
+    function test_space_plays_and_pauses_after_the_mouse_was_elsewhere() {
+        playSingle("cam1")
+        const button = findChild(page, "speedButton")
+        mouseClick(button)
+        findChild(button, "speedMenu").itemAt(3).triggered()
+        keyClick(Qt.Key_Escape)
+        keyClick(Qt.Key_Space)
+        compare([page.player.state, page.player.speed], ["paused", 4])
+
+        page.toggleExportMode()
+        findChild(page, "exportDownload").forceActiveFocus(Qt.TabFocusReason)
+        exportModel.downloading = true
+        exportModel.downloading = false
+        keyClick(Qt.Key_Space)
+        compare(page.player.state, "playing")
     }
 
     // The grid.
