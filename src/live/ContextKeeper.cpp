@@ -133,6 +133,8 @@ void ContextKeeper::takeFrames(const std::vector<std::shared_ptr<MpvHandle>> &pl
         if (found == m_contexts.end())
             continue;
         mpv->noteFrameTaken();
+        if (mpv_render_context_update(found->second) & MPV_RENDER_UPDATE_FRAME)
+            mpv->frameSkipped = true;
         MpvRenderer::skipFrame(found->second);
     }
 }

@@ -228,3 +228,9 @@ void MpvHandle::noteFrameTaken()
     frameWaiting = false;
     lastTakenMs = monotonicMs();
 }
+
+void MpvHandle::notePicture(bool newFrame)
+{
+    if (frameSkipped.exchange(false) || newFrame)
+        ++picturesDrawn;
+}

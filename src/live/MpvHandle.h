@@ -81,6 +81,8 @@ public:
     void noteFirstFrameShown();
     // The waiting frame is about to be drawn or skipped.
     void noteFrameTaken();
+    // A redraw is about to draw the latest frame; `newFrame`: one that nobody has taken yet.
+    void notePicture(bool newFrame);
 
     std::atomic<mpv_handle *> handle = nullptr;
     // The render context that came with the player, until a renderer takes it.
@@ -109,6 +111,9 @@ public:
     std::atomic<qint64> lastFrameMs = -1;
     // When a frame was last drawn or skipped.
     std::atomic<qint64> lastTakenMs = 0;
+    // A frame was skipped after the last redraw; and the redraws that drew another frame than the one before.
+    std::atomic_bool frameSkipped = false;
+    std::atomic<quint64> picturesDrawn = 0;
 
     // The owner is gone; and its picture was ended after that.
     std::atomic_bool retired = false;

@@ -231,7 +231,7 @@ void RedrawGatherer::takeFrames(const QList<MpvObject *> &items)
 
 void RedrawGatherer::noteDrawn(MpvObject *item, double position)
 {
-    m_drawn.push_back({item, position, m_syncs});
+    m_drawn.push_back({item, position, m_syncs, item->player()->picturesDrawn});
 }
 
 void RedrawGatherer::forgetDrawn(const MpvObject *item)
@@ -245,7 +245,8 @@ void RedrawGatherer::tellShown()
     while (!m_drawn.empty() && m_drawn.front().sync <= m_doneSync) {
         const Drawn shown = m_drawn.front();
         m_drawn.pop_front();
-        shown.item->showPosition(shown.position);
+        if (shown.item->player()->picturesDrawn != shown.pictures)
+            shown.item->showPosition(shown.position);
     }
 }
 

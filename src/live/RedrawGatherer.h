@@ -50,7 +50,8 @@ public:
     void scaleRate(MpvObject *item, double factor);
 
     // The redraw that is being synchronised draws the item's frame of that position; the item is told once it
-    // is on the screen, unless that does not count any more.
+    // is on the screen, unless that does not count any more. A redraw without a new frame does not count: the
+    // player may be far ahead of a frame that was not drawn in time.
     void noteDrawn(MpvObject *item, double position);
     void forgetDrawn(const MpvObject *item);
 
@@ -85,6 +86,8 @@ private:
         MpvObject *item;
         double position;
         quint64 sync;
+        // How many pictures the item had shown before.
+        quint64 pictures;
     };
 
     explicit RedrawGatherer(QQuickWindow *window);
