@@ -113,7 +113,11 @@ void ContextKeeper::freeAll()
     }
     for (const Grave &grave : graves) {
         if (!grave.mpv->videoReleased)
-            MpvWorkers::make([mpv = grave.mpv] { mpv->endVideo(); });
+            MpvWorkers::make([mpv = grave.mpv] {
+                // Afterwards it may have been given another context and another file.
+                if (mpv->renderSlotHeld)
+                    mpv->endVideo();
+            });
     }
     std::for_each(graves.begin(), graves.end(), release);
 }

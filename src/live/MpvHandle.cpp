@@ -154,8 +154,9 @@ void MpvHandle::retire()
     retired = true;
 }
 
-void MpvHandle::endVideo() const
+void MpvHandle::endVideo()
 {
+    videoOff = true;
     setProperty("vid", "no");
 }
 

@@ -67,8 +67,11 @@ public:
     void pollVideoOutput();
     // Notes the answer. Returns whether the event was one.
     bool noteVideoOutput(const mpv_event *event);
-    // Takes the picture off the player, for good. Unlike "stop" this waits for no camera.
-    void endVideo() const;
+    // Takes the picture off the player: a file that is loaded later shows one only if it is told to. Unlike
+    // "stop" this waits for no camera.
+    void endVideo();
+    // Ends playback, the picture first.
+    void endPlayback();
     // Ends the picture of a player whose owner is gone, and takes its events.
     void drainRetired();
 
@@ -118,6 +121,8 @@ public:
     // The owner is gone; and its picture was ended after that.
     std::atomic_bool retired = false;
     bool videoEnded = false;
+    // endVideo() was called.
+    std::atomic_bool videoOff = false;
     // After playback was ended for good: no video output uses the render context any more.
     std::atomic_bool videoReleased = false;
 

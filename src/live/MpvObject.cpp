@@ -184,16 +184,20 @@ void MpvObject::load()
     m_startSec = m_pendingSeek;
     m_contextOfLoad = m_mpv->contextSerial;
     m_framesBeforeLoad = m_mpv->framesAnnounced;
-    m_mpv->loadFile(
-        m_source.toUtf8(), m_isNetwork ? fileOptions() : QByteArray(), MpvHandle::FirstLoad + m_loadSerial);
+    m_mpv->loadFile(m_source.toUtf8(), fileOptions(), MpvHandle::FirstLoad + m_loadSerial);
     if (m_isNetwork && m_gatherer)
         m_gatherer->expectFrame(this);
 }
 
 QByteArray MpvObject::fileOptions()
 {
+    QByteArrayList options;
+    if (m_mpv->videoOff)
+        options.append("vid=auto");
+    if (!m_isNetwork)
+        return options.join(',');
     // Without this the news that playback has begun would not wait until the first frame was drawn.
-    QByteArrayList options = {"video-latency-hacks=no"};
+    options.append("video-latency-hacks=no");
     if (m_startSec > shortestSeekSec)
         options.append("start=" + secondsText(m_startSec));
     m_seeksHardware = !m_hardwareMissing.isValid() || m_hardwareMissing.hasExpired(hardwareLookMs);
@@ -384,9 +388,13 @@ void MpvObject::playerFailed()
 
 void MpvObject::renderContextReady()
 {
-    // A file that was loaded for an earlier context lost its picture with it.
-    if (m_mpv->renderReady && m_contextOfLoad != m_mpv->contextSerial)
+    if (m_mpv->renderReady && hasLostContext())
         loadAgain();
+}
+
+bool MpvObject::hasLostContext() const
+{
+    return !m_mpv->renderReady || m_contextOfLoad != m_mpv->contextSerial;
 }
 
 void MpvObject::applyProfile(bool isNetwork)
