@@ -25,6 +25,7 @@ FocusScope {
     signal cameraDragStarted(string cameraId, real globalX, real globalY)
     signal cameraDragMoved(real globalX, real globalY)
     signal cameraDragEnded()
+    signal cameraDragCanceled()
 
     function pick(index: int) {
         if (index >= 0 && index < list.count)
@@ -140,11 +141,6 @@ FocusScope {
                 }
             }
 
-            function endDrag() {
-                if (dragging)
-                    root.cameraDragEnded()
-            }
-
             parent: list
             anchors.fill: parent
             anchors.rightMargin: list.scrollBarWidth
@@ -168,8 +164,14 @@ FocusScope {
                 root.pick(pressedIndex)
                 root.pickedByMouse = false
             }
-            onReleased: endDrag()
-            onCanceled: endDrag()
+            onReleased: {
+                if (dragging)
+                    root.cameraDragEnded()
+            }
+            onCanceled: {
+                if (dragging)
+                    root.cameraDragCanceled()
+            }
         }
     }
 }

@@ -36,6 +36,7 @@ TestCase {
                 onCameraDragStarted: (cameraId, globalX, globalY) => layer.start(cameraId, globalX, globalY)
                 onCameraDragMoved: (globalX, globalY) => layer.move(globalX, globalY)
                 onCameraDragEnded: layer.end()
+                onCameraDragCanceled: layer.cancel()
             }
             VideoGrid {
                 id: grid
@@ -181,7 +182,8 @@ TestCase {
             { tag: "short move", to: [34, 13], starts: false },
             { tag: "dragging is off", to: [60, 10], starts: false, off: true },
             { tag: "dropped on the toolbar", to: [60, 10], starts: true, end: "presetButton_1x1" },
-            { tag: "escape", to: [60, 10], starts: true, end: "videoCell_0", escape: true }
+            { tag: "escape", to: [60, 10], starts: true, end: "videoCell_0", escape: true },
+            { tag: "taken from the pointer", to: [60, 10], starts: true, end: "videoCell_0", taken: true }
         ]
     }
 
@@ -194,6 +196,7 @@ TestCase {
             dragToItem(end)
         if (data.escape)
             keyClick(Qt.Key_Escape)
+        list.enabled = !data.taken
         drop(end)
         compare(grid.slots, ["", "", "", ""])
         compare(page.clicked, data.starts ? "" : "cam5")
