@@ -120,6 +120,10 @@ TestCase {
         compare(grid.slots, ["", "", "", "cam2"])
         tryCompare(picker.popup, "visible", false)
         compare(openPicker(1).field.text, "")
+        grid.restore({ "1x1": ["cam1"] }, "1x1")
+        tryCompare(picker.popup, "visible", false)
+        keyClick(Qt.Key_Right)
+        compare(grid.currentSlot, 0, "the cell that the picker was opened for is gone")
     }
 
     function test_picker_survives_a_double_click_data() {
