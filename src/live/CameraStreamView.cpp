@@ -77,9 +77,7 @@ void CameraStreamView::setCameraId(const QString &cameraId)
     m_cameraId = cameraId;
     m_subRequestId.clear();
     m_mainRequestId.clear();
-    forgetRenewal();
-    m_recoverTimer.stop();
-    m_recoverDelayMs = firstRecoverDelayMs;
+    forgetFailures();
     emit cameraIdChanged();
     m_machine.setCamera(m_cameraId, m_hasSubStream);
 }
@@ -99,6 +97,9 @@ void CameraStreamView::setPreferMain(bool preferMain)
         return;
     m_preferMain = preferMain;
     m_machine.setPreferMain(preferMain);
+    // A failed switch that is not wanted any more.
+    if (m_machine.isSettled())
+        forgetFailures();
     emit preferMainChanged();
 }
 
@@ -323,13 +324,13 @@ void CameraStreamView::recovered()
 {
     if (m_recoverDelayMs > firstRecoverDelayMs)
         qCInfo(lcStream, "[%ls] live stream recovered", qUtf16Printable(m_cameraId));
-    m_recoverTimer.stop();
-    m_recoverDelayMs = firstRecoverDelayMs;
-    forgetRenewal();
+    forgetFailures();
 }
 
-void CameraStreamView::forgetRenewal()
+void CameraStreamView::forgetFailures()
 {
+    m_recoverTimer.stop();
+    m_recoverDelayMs = firstRecoverDelayMs;
     m_renewalRequestId.clear();
     m_renewedUrl.clear();
 }

@@ -97,7 +97,7 @@ private:
     void scheduleRecovery();
     void recover();
     void recovered();
-    void forgetRenewal();
+    void forgetFailures();
     void updateWatch();
     void watch();
 
