@@ -152,7 +152,7 @@ void CameraStreamView::init(ApiClient *apiClient)
 void CameraStreamView::retry()
 {
     m_recoverTimer.stop();
-    m_machine.retry();
+    tryAgain();
 }
 
 void CameraStreamView::geometryChange(const QRectF &newGeometry, const QRectF &oldGeometry)
@@ -311,13 +311,18 @@ void CameraStreamView::recover()
 {
     const bool hasFailedAgain = m_recoverDelayMs > 2 * firstRecoverDelayMs;
     qCInfo(lcStream, "[%ls] live auto-recover: retry", qUtf16Printable(m_cameraId));
-    if (!m_renewedUrl.isEmpty())
-        m_machine.provideUrl(m_renewalRole, std::exchange(m_renewedUrl, {}));
-    m_machine.retry();
+    tryAgain();
     if (!hasFailedAgain || !m_apiClient || m_machine.pendingSlot() < 0)
         return;
     m_renewalRole = m_machine.pendingRole();
     fetchUrl(m_renewalRole, m_renewalRequestId);
+}
+
+void CameraStreamView::tryAgain()
+{
+    if (!m_renewedUrl.isEmpty())
+        m_machine.provideUrl(m_renewalRole, std::exchange(m_renewedUrl, {}));
+    m_machine.retry();
 }
 
 void CameraStreamView::recovered()

@@ -96,6 +96,8 @@ private:
     void failPlayer(int slot);
     void scheduleRecovery();
     void recover();
+    // With the address that the server has named since, if it has.
+    void tryAgain();
     void recovered();
     void forgetFailures();
     void updateWatch();

@@ -124,6 +124,13 @@ private slots:
         QCOMPARE(player(0).source(), "rtsp://moved/sub");
         QTRY_COMPARE(refused.count(), 1);
         QCOMPARE(m_view->displayState(), "loading");
+
+        m_server->otherwise([](const auto &) { return ScriptedServer::streamAt("rtsp://again/sub"); });
+        failAndRecover();
+        QTRY_COMPARE(answered.count(), 2);
+        emit player(0).fileEnded();
+        m_view->retry();
+        QCOMPARE(player(0).source(), "rtsp://again/sub");
     }
 
     void endedSwitchIsTriedAgain()
