@@ -160,6 +160,12 @@ void MpvHandle::endVideo()
     setProperty("vid", "no");
 }
 
+void MpvHandle::endPlayback()
+{
+    endVideo();
+    command({"stop"});
+}
+
 void MpvHandle::pollVideoOutput()
 {
     if (std::exchange(m_polling, true))

@@ -53,6 +53,9 @@ MpvObject::~MpvObject()
     if (m_gatherer)
         m_gatherer->remove(this);
     m_mpv->retire();
+    // What ends its playback comes with the window's next redraw.
+    if (window() && !window()->isExposed())
+        m_mpv->endPlayback();
 }
 
 void MpvObject::setSource(const QString &source)

@@ -387,6 +387,22 @@ private slots:
         QTRY_VERIFY_WITH_TIMEOUT(m_player->hasVideo(), patienceMs);
         QCOMPARE(second.connections(), 1);
         QVERIFY(showsPicture(m_player.get()));
+
+        // Not hidden for long, but without what it had been drawn with.
+        m_window->setPersistentGraphics(false);
+        m_window->setPersistentSceneGraph(false);
+        m_window->hide();
+        m_window->show();
+        QTRY_COMPARE_WITH_TIMEOUT(second.connections(), 2, patienceMs);
+        QTRY_VERIFY_WITH_TIMEOUT(m_player->hasVideo(), patienceMs);
+        QVERIFY(showsPicture(m_player.get()));
+        QCOMPARE(m_player->state(), "playing");
+
+        // Closed while nothing is redrawn.
+        m_window->hide();
+        QCOMPARE(second.watchers(), 1);
+        m_player.reset();
+        QTRY_COMPARE_WITH_TIMEOUT(second.watchers(), 0, patienceMs);
     }
 
     void closingManyBlocksNothing_data()

@@ -25,6 +25,8 @@ public:
 
     QString url() const { return QString("tcp://127.0.0.1:%1").arg(m_server.serverPort()); }
     int connections() const { return m_connections; }
+    // Those that still stand.
+    int watchers() const { return int(m_sent.size()); }
     void setSpeaking(bool speaks) { m_speaks = speaks; }
     // Ends every connection, as a camera does that goes away.
     void hangUp()
