@@ -70,6 +70,15 @@ Item {
         }
     }
     Connections {
+        target: apiClient
+
+        // The next user's cells are others.
+        function onAuthChanged() {
+            if (!apiClient.authenticated)
+                root.grid.maximizedSlot = -1
+        }
+    }
+    Connections {
         target: root.streams
 
         function onStreamStateChanged(cameraId, state) {

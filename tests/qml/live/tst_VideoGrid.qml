@@ -97,7 +97,10 @@ TestCase {
         grid.clearSlot(1)
         wait(0)
         compare(Object.keys(views()).sort(), ["cam1", "cam2"], "one of them parked")
+        grid.maximizedSlot = 0
         apiClient.expire()
+        cameraFeed.list(0)
+        compare(grid.maximizedSlot, -1)
         compare(Object.keys(views()), [])
         grid.suspended = true
         wait(0)
@@ -106,6 +109,9 @@ TestCase {
         grid.visible = false
         apiClient.acceptLogin("another", [])
         grid.visible = true
+        wait(0)
+        compare(Object.keys(views()), [], "nor before it is known what the next user may see")
+        cameraFeed.list(20)
         tryVerify(() => "cam1" in views())
     }
 
@@ -162,6 +168,9 @@ TestCase {
         grid.restore({ "2x2": ["cam1", "gone", "", "cam2"], "1x1": ["gone"] }, "2x2")
         compare(grid.slots, ["cam1", "gone", "", "cam2"])
         compare([cell(0).known, cell(0).occupied], [false, false])
+        grid.maximizedSlot = 0
+        mouseClick(findChild(cell(0), "cellRestoreButton"))
+        compare(grid.maximizedSlot, -1)
         cameraFeed.list(5)
         compare(grid.slots, ["cam1", "", "", "cam2"])
         compare(grid.layoutSlots["1x1"], [""])
