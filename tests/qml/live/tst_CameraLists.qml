@@ -103,6 +103,7 @@ TestCase {
         compare(picker.rows.count, data.count)
         compare(findChild(picker.rows, "emptyLabel").visible, data.count === 0)
         data.keys.forEach(key => keyClick(key))
+        cameraFeed.list(20)
         keyClick(Qt.Key_Return)
         compare(grid.slots[2], data.picked)
         compare(picker.popup.opened, data.picked === "")
