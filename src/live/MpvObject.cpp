@@ -165,10 +165,7 @@ void MpvObject::play()
     const bool hadVideo = m_hasVideo;
     beginLoad(QStringLiteral("loading"));
     m_preparing = false;
-    if (m_mpv->handle)
-        load();
-    else
-        requestPlayer();
+    load();
     emit stateChanged();
     if (hadVideo)
         emit hasVideoChanged();
@@ -176,6 +173,10 @@ void MpvObject::play()
 
 void MpvObject::load()
 {
+    if (!m_hasPlayer) {
+        requestPlayer();
+        return;
+    }
     if (m_gatherer && m_gatherer->isAsleep() && !m_isNetwork)
         return;
     if (!m_mpv->renderReady) {
@@ -367,6 +368,7 @@ void MpvObject::changeWindow()
 
 void MpvObject::playerReady()
 {
+    m_hasPlayer = true;
     m_mpv->setFlag("keepaspect", !m_stretch);
     if (m_paused)
         m_mpv->setFlag("pause", true);

@@ -184,6 +184,8 @@ private:
 
     std::shared_ptr<MpvHandle> m_mpv;
     QPointer<RedrawGatherer> m_gatherer;
+    // Whether the player was made, and has been told what was set before; or could not be made.
+    bool m_hasPlayer = false;
     bool m_failed = false;
     bool m_preparing = false;
     QString m_source;
