@@ -183,6 +183,8 @@ void MpvObject::load()
         requestRedraw();
         return;
     }
+    if (!m_isNetwork && m_gatherer && !m_gatherer->mayStart(this))
+        return;
     if (m_isNetwork && !m_httpHeaderFields.isEmpty())
         m_mpv->setStringList("http-header-fields", m_httpHeaderFields.toUtf8());
     m_startSec = m_pendingSeek;

@@ -64,6 +64,10 @@ public:
     // Whether the window has not been shown for a while. The items are told when that changes.
     bool isAsleep() const { return m_asleep; }
 
+    // Whether a stream may be opened now. Otherwise the item is woken when it may: those of a window that is
+    // back, or resumed, would all start in the same moment.
+    bool mayStart(MpvObject *item);
+
     // The time between two redraws while more than two streams play.
     int tickMs() const { return m_tickMs; }
 
@@ -117,8 +121,9 @@ private:
     QTimer m_rateTimer;
     QTimer m_tendTimer;
     QTimer m_sleepTimer;
-    // The items that still sleep in a window that is awake.
+    // The items that wait for their turn in a window that is awake, and the streams opened in this one.
     QList<QPointer<MpvObject>> m_waking;
+    int m_starts = 0;
     QTimer m_wakeTimer;
     // Runs while the window's redraws are held back.
     QTimer m_holdTimer;
