@@ -22,6 +22,10 @@ Item {
         handle.drop()
     }
 
+    function cancel() {
+        handle.cancel()
+    }
+
     DragHandle {
         id: handle
 

@@ -13,7 +13,9 @@ FocusScope {
     signal cameraClicked(string cameraId)
     signal cameraDragStarted(string cameraId, real globalX, real globalY)
     signal cameraDragMoved(real globalX, real globalY)
+    // Released; or taken from the pointer, which drops nothing.
     signal cameraDragEnded()
+    signal cameraDragCanceled()
 
     implicitWidth: Theme.cameraListWidth
     Accessible.role: Accessible.Pane
@@ -50,5 +52,6 @@ FocusScope {
         onCameraDragStarted: (cameraId, globalX, globalY) => root.cameraDragStarted(cameraId, globalX, globalY)
         onCameraDragMoved: (globalX, globalY) => root.cameraDragMoved(globalX, globalY)
         onCameraDragEnded: root.cameraDragEnded()
+        onCameraDragCanceled: root.cameraDragCanceled()
     }
 }

@@ -20,11 +20,14 @@ FocusScope {
     property bool pickedByMouse: false
     // A list that nobody sees follows no camera.
     property bool active: visible
+    // The camera of the current row.
+    property string _currentCamera: ""
 
     signal cameraPicked(string cameraId)
     signal cameraDragStarted(string cameraId, real globalX, real globalY)
     signal cameraDragMoved(real globalX, real globalY)
     signal cameraDragEnded()
+    signal cameraDragCanceled()
 
     function pick(index: int) {
         if (index >= 0 && index < list.count)
@@ -44,7 +47,7 @@ FocusScope {
         }
         event.accepted = event.key in steps
         if (event.accepted && list.count > 0)
-            list.currentIndex = Math.max(0, Math.min(list.count - 1, list.currentIndex + steps[event.key]))
+            select(Math.max(0, Math.min(list.count - 1, list.currentIndex + steps[event.key])))
     }
 
     function reset() {
@@ -52,9 +55,26 @@ FocusScope {
         selectFirst()
     }
 
+    function select(index: int) {
+        list.currentIndex = index
+        _currentCamera = cameras.cameraIdAt(index)
+    }
+
     function selectFirst() {
-        list.currentIndex = list.count > 0 ? 0 : -1
+        select(list.count > 0 ? 0 : -1)
         list.positionViewAtBeginning()
+    }
+
+    // A list that was fetched anew may have its cameras in other rows.
+    function followCurrent() {
+        for (let index = 0; index < list.count; ++index) {
+            if (cameras.cameraIdAt(index) === _currentCamera) {
+                list.currentIndex = index
+                list.positionViewAtIndex(index, ListView.Contain)
+                return
+            }
+        }
+        selectFirst()
     }
 
     CameraFilterModel {
@@ -63,7 +83,7 @@ FocusScope {
         sourceModel: root.active ? cameraModel : null
         filterText: search.text.trim()
         onFilterTextChanged: root.selectFirst()
-        onModelReset: root.selectFirst()
+        onModelReset: root.followCurrent()
     }
 
     StyledTextField {
@@ -120,12 +140,15 @@ FocusScope {
 
             readonly property int hoveredIndex: containsMouse ? rowAt(mouseY, list.contentY) : -1
             property point pressedAt
-            property int pressedIndex: -1
             property string pressedCamera: ""
             property bool dragging: false
 
             function rowAt(y: real, contentY: real) : int {
                 return list.indexAt(1, y + contentY)
+            }
+
+            function cameraAt(y: real) : string {
+                return cameras.cameraIdAt(rowAt(y, list.contentY))
             }
 
             function follow(event: var) {
@@ -140,11 +163,6 @@ FocusScope {
                 }
             }
 
-            function endDrag() {
-                if (dragging)
-                    root.cameraDragEnded()
-            }
-
             parent: list
             anchors.fill: parent
             anchors.rightMargin: list.scrollBarWidth
@@ -153,8 +171,7 @@ FocusScope {
             cursorShape: hoveredIndex >= 0 ? Qt.PointingHandCursor : Qt.ArrowCursor
             onPressed: event => {
                 pressedAt = Qt.point(event.x, event.y)
-                pressedIndex = rowAt(event.y, list.contentY)
-                pressedCamera = pressedIndex < 0 ? "" : cameras.cameraIdAt(pressedIndex)
+                pressedCamera = cameraAt(event.y)
                 dragging = false
             }
             onPositionChanged: event => {
@@ -162,14 +179,20 @@ FocusScope {
                     follow(event)
             }
             onClicked: event => {
-                if (dragging || rowAt(event.y, list.contentY) !== pressedIndex)
+                if (dragging || cameraAt(event.y) !== pressedCamera)
                     return
                 root.pickedByMouse = true
-                root.pick(pressedIndex)
+                root.pick(rowAt(event.y, list.contentY))
                 root.pickedByMouse = false
             }
-            onReleased: endDrag()
-            onCanceled: endDrag()
+            onReleased: {
+                if (dragging)
+                    root.cameraDragEnded()
+            }
+            onCanceled: {
+                if (dragging)
+                    root.cameraDragCanceled()
+            }
         }
     }
 }

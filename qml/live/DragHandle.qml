@@ -10,8 +10,6 @@ Item {
     property alias label: ghost.text
     readonly property bool active: Drag.active
 
-    signal canceled()
-
     function begin(globalX: real, globalY: real) {
         moveTo(globalX, globalY)
         Drag.active = true
@@ -29,10 +27,8 @@ Item {
     }
 
     function cancel() {
-        if (!active)
-            return
-        Drag.cancel()
-        canceled()
+        if (active)
+            Drag.cancel()
     }
 
     width: 1

@@ -17,11 +17,13 @@ Item {
         return cells.itemAt(index) as VideoCell
     }
 
+    // Focuses a cell, the last one where the preset has fewer.
     function focusCell(index: int, reason: int) {
-        const cell = cellAt(index)
+        const slot = Math.min(index, grid.cells - 1)
+        const cell = cellAt(slot)
         cell.forceActiveFocus(reason)
         cell.focusReason = reason
-        grid.currentSlot = index
+        grid.currentSlot = slot
     }
 
     // A cell that leaves the screen hands the keyboard to one that stays.
@@ -65,6 +67,15 @@ Item {
             const index = root.slotOf.get(cameraId)
             if (index !== undefined)
                 cells.itemAt(index).cameraState = state
+        }
+    }
+    Connections {
+        target: apiClient
+
+        // The next user's cells are others.
+        function onAuthChanged() {
+            if (!apiClient.authenticated)
+                root.grid.maximizedSlot = -1
         }
     }
     Connections {

@@ -21,7 +21,7 @@ Item {
             move(arrows[event.key], event.modifiers & Qt.ControlModifier)
         else if (event.key === Qt.Key_Home || event.key === Qt.Key_End)
             goTo(event.key === Qt.Key_Home ? 0 : grid.cells - 1)
-        else if ([Qt.Key_Return, Qt.Key_Enter, Qt.Key_Space].includes(event.key) && !event.isAutoRepeat)
+        else if ([Qt.Key_Return, Qt.Key_Enter].includes(event.key) && !event.isAutoRepeat)
             grid.activateSlot(grid.currentSlot)
         else if (event.key === Qt.Key_Delete)
             grid.clearSlot(grid.currentSlot)

@@ -7,13 +7,18 @@ import ZorvelClient
 Item {
     id: root
 
+    // After a session the cells still name its cameras, until the next user's list of cameras tells which remain.
+    property bool _awaitsCameras: false
+
     signal streamStateChanged(string cameraId, string state)
 
     // Places the cameras that the grid shows: a list of {cameraId, x, y, w, h, visible, preferMain, suspended, hasSub,
     // z}. The streams of all others are parked.
     function sync(placements: var) {
-        if (apiClient.authenticated)
-            pool.sync(placements)
+        if (!apiClient.authenticated || (_awaitsCameras && cameraModel.count === 0))
+            return
+        _awaitsCameras = false
+        pool.sync(placements)
     }
 
     function displayStateFor(cameraId: string) : string {
@@ -38,8 +43,10 @@ Item {
         target: apiClient
 
         function onAuthChanged() {
-            if (!apiClient.authenticated)
-                pool.clear()
+            if (apiClient.authenticated)
+                return
+            pool.clear()
+            root._awaitsCameras = true
         }
     }
 

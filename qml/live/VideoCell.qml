@@ -145,7 +145,7 @@ T.AbstractButton {
     }
     LazyLoader {
         width: parent.width
-        shown: root.occupied
+        shown: root.occupied || root.maximized
         sourceComponent: CellHeader {
             cell: root
         }

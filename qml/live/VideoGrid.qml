@@ -153,6 +153,8 @@ FocusScope {
         console.info(streamLog, "[grid] layout ->", currentLayout)
         cancelSlotDrag()
         cellArea.keepFocusVisible()
+        if (picker.slotIndex >= cells)
+            picker.close()
     }
     onMaximizedSlotChanged: cellArea.keepFocusVisible()
     on_PlacementInputsChanged: _scheduleSync()

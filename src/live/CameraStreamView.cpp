@@ -77,9 +77,7 @@ void CameraStreamView::setCameraId(const QString &cameraId)
     m_cameraId = cameraId;
     m_subRequestId.clear();
     m_mainRequestId.clear();
-    forgetRenewal();
-    m_recoverTimer.stop();
-    m_recoverDelayMs = firstRecoverDelayMs;
+    forgetFailures();
     emit cameraIdChanged();
     m_machine.setCamera(m_cameraId, m_hasSubStream);
 }
@@ -99,6 +97,9 @@ void CameraStreamView::setPreferMain(bool preferMain)
         return;
     m_preferMain = preferMain;
     m_machine.setPreferMain(preferMain);
+    // A failed switch that is not wanted any more.
+    if (m_machine.isSettled())
+        forgetFailures();
     emit preferMainChanged();
 }
 
@@ -151,7 +152,7 @@ void CameraStreamView::init(ApiClient *apiClient)
 void CameraStreamView::retry()
 {
     m_recoverTimer.stop();
-    m_machine.retry();
+    tryAgain();
 }
 
 void CameraStreamView::geometryChange(const QRectF &newGeometry, const QRectF &oldGeometry)
@@ -310,26 +311,31 @@ void CameraStreamView::recover()
 {
     const bool hasFailedAgain = m_recoverDelayMs > 2 * firstRecoverDelayMs;
     qCInfo(lcStream, "[%ls] live auto-recover: retry", qUtf16Printable(m_cameraId));
-    if (!m_renewedUrl.isEmpty())
-        m_machine.provideUrl(m_renewalRole, std::exchange(m_renewedUrl, {}));
-    m_machine.retry();
+    tryAgain();
     if (!hasFailedAgain || !m_apiClient || m_machine.pendingSlot() < 0)
         return;
     m_renewalRole = m_machine.pendingRole();
     fetchUrl(m_renewalRole, m_renewalRequestId);
 }
 
+void CameraStreamView::tryAgain()
+{
+    if (!m_renewedUrl.isEmpty())
+        m_machine.provideUrl(m_renewalRole, std::exchange(m_renewedUrl, {}));
+    m_machine.retry();
+}
+
 void CameraStreamView::recovered()
 {
     if (m_recoverDelayMs > firstRecoverDelayMs)
         qCInfo(lcStream, "[%ls] live stream recovered", qUtf16Printable(m_cameraId));
-    m_recoverTimer.stop();
-    m_recoverDelayMs = firstRecoverDelayMs;
-    forgetRenewal();
+    forgetFailures();
 }
 
-void CameraStreamView::forgetRenewal()
+void CameraStreamView::forgetFailures()
 {
+    m_recoverTimer.stop();
+    m_recoverDelayMs = firstRecoverDelayMs;
     m_renewalRequestId.clear();
     m_renewedUrl.clear();
 }

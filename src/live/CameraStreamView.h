@@ -96,8 +96,10 @@ private:
     void failPlayer(int slot);
     void scheduleRecovery();
     void recover();
+    // With the address that the server has named since, if it has.
+    void tryAgain();
     void recovered();
-    void forgetRenewal();
+    void forgetFailures();
     void updateWatch();
     void watch();
 

@@ -113,7 +113,11 @@ void ContextKeeper::freeAll()
     }
     for (const Grave &grave : graves) {
         if (!grave.mpv->videoReleased)
-            MpvWorkers::make([mpv = grave.mpv] { mpv->endVideo(); });
+            MpvWorkers::make([mpv = grave.mpv] {
+                // Afterwards it may have been given another context and another file.
+                if (mpv->renderSlotHeld)
+                    mpv->endVideo();
+            });
     }
     std::for_each(graves.begin(), graves.end(), release);
 }
@@ -133,6 +137,8 @@ void ContextKeeper::takeFrames(const std::vector<std::shared_ptr<MpvHandle>> &pl
         if (found == m_contexts.end())
             continue;
         mpv->noteFrameTaken();
+        if (mpv_render_context_update(found->second) & MPV_RENDER_UPDATE_FRAME)
+            mpv->frameSkipped = true;
         MpvRenderer::skipFrame(found->second);
     }
 }

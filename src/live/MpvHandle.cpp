@@ -154,9 +154,16 @@ void MpvHandle::retire()
     retired = true;
 }
 
-void MpvHandle::endVideo() const
+void MpvHandle::endVideo()
 {
+    videoOff = true;
     setProperty("vid", "no");
+}
+
+void MpvHandle::endPlayback()
+{
+    endVideo();
+    command({"stop"});
 }
 
 void MpvHandle::pollVideoOutput()
@@ -227,4 +234,10 @@ void MpvHandle::noteFrameTaken()
 {
     frameWaiting = false;
     lastTakenMs = monotonicMs();
+}
+
+void MpvHandle::notePicture(bool newFrame)
+{
+    if (frameSkipped.exchange(false) || newFrame)
+        ++picturesDrawn;
 }

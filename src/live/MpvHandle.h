@@ -67,8 +67,11 @@ public:
     void pollVideoOutput();
     // Notes the answer. Returns whether the event was one.
     bool noteVideoOutput(const mpv_event *event);
-    // Takes the picture off the player, for good. Unlike "stop" this waits for no camera.
-    void endVideo() const;
+    // Takes the picture off the player: a file that is loaded later shows one only if it is told to. Unlike
+    // "stop" this waits for no camera.
+    void endVideo();
+    // Ends playback, the picture first.
+    void endPlayback();
     // Ends the picture of a player whose owner is gone, and takes its events.
     void drainRetired();
 
@@ -81,6 +84,8 @@ public:
     void noteFirstFrameShown();
     // The waiting frame is about to be drawn or skipped.
     void noteFrameTaken();
+    // A redraw is about to draw the latest frame; `newFrame`: one that nobody has taken yet.
+    void notePicture(bool newFrame);
 
     std::atomic<mpv_handle *> handle = nullptr;
     // The render context that came with the player, until a renderer takes it.
@@ -109,10 +114,15 @@ public:
     std::atomic<qint64> lastFrameMs = -1;
     // When a frame was last drawn or skipped.
     std::atomic<qint64> lastTakenMs = 0;
+    // A frame was skipped after the last redraw; and the redraws that drew another frame than the one before.
+    std::atomic_bool frameSkipped = false;
+    std::atomic<quint64> picturesDrawn = 0;
 
     // The owner is gone; and its picture was ended after that.
     std::atomic_bool retired = false;
     bool videoEnded = false;
+    // endVideo() was called.
+    std::atomic_bool videoOff = false;
     // After playback was ended for good: no video output uses the render context any more.
     std::atomic_bool videoReleased = false;
 

@@ -66,6 +66,9 @@ MpvObject::~MpvObject()
     if (m_gatherer)
         m_gatherer->remove(this);
     m_mpv->retire();
+    // What ends its playback comes with the window's next redraw.
+    if (window() && !window()->isExposed())
+        m_mpv->endPlayback();
 }
 
 void MpvObject::setSource(const QString &source)
@@ -175,10 +178,7 @@ void MpvObject::play()
     const bool hadVideo = m_hasVideo;
     beginLoad(QStringLiteral("loading"));
     m_preparing = false;
-    if (m_mpv->handle)
-        load();
-    else
-        requestPlayer();
+    load();
     emit stateChanged();
     if (hadVideo)
         emit hasVideoChanged();
@@ -186,27 +186,37 @@ void MpvObject::play()
 
 void MpvObject::load()
 {
+    if (!m_hasPlayer) {
+        requestPlayer();
+        return;
+    }
     if (m_gatherer && m_gatherer->isAsleep() && !m_isNetwork)
         return;
     if (!m_mpv->renderReady) {
         requestRedraw();
         return;
     }
+    if (!m_isNetwork && m_gatherer && !m_gatherer->mayStart(this))
+        return;
     if (m_isNetwork && !m_httpHeaderFields.isEmpty())
         m_mpv->setStringList("http-header-fields", m_httpHeaderFields.toUtf8());
     m_startSec = m_pendingSeek;
     m_contextOfLoad = m_mpv->contextSerial;
     m_framesBeforeLoad = m_mpv->framesAnnounced;
-    m_mpv->loadFile(
-        m_source.toUtf8(), m_isNetwork ? fileOptions() : QByteArray(), MpvHandle::FirstLoad + m_loadSerial);
+    m_mpv->loadFile(m_source.toUtf8(), fileOptions(), MpvHandle::FirstLoad + m_loadSerial);
     if (m_isNetwork && m_gatherer)
         m_gatherer->expectFrame(this);
 }
 
 QByteArray MpvObject::fileOptions()
 {
+    QByteArrayList options;
+    if (m_mpv->videoOff)
+        options.append("vid=auto");
+    if (!m_isNetwork)
+        return options.join(',');
     // Without this the news that playback has begun would not wait until the first frame was drawn.
-    QByteArrayList options = {"video-latency-hacks=no"};
+    options.append("video-latency-hacks=no");
     if (m_startSec > shortestSeekSec)
         options.append("start=" + secondsText(m_startSec));
     m_seeksHardware = !m_hardwareMissing.isValid() || m_hardwareMissing.hasExpired(hardwareLookMs);
@@ -375,6 +385,7 @@ void MpvObject::changeWindow()
 
 void MpvObject::playerReady()
 {
+    m_hasPlayer = true;
     m_mpv->setFlag("keepaspect", !m_stretch);
     if (m_paused)
         m_mpv->setFlag("pause", true);
@@ -399,9 +410,13 @@ void MpvObject::playerFailed()
 
 void MpvObject::renderContextReady()
 {
-    // A file that was loaded for an earlier context lost its picture with it.
-    if (m_mpv->renderReady && m_contextOfLoad != m_mpv->contextSerial)
+    if (m_mpv->renderReady && hasLostContext())
         loadAgain();
+}
+
+bool MpvObject::hasLostContext() const
+{
+    return !m_mpv->renderReady || m_contextOfLoad != m_mpv->contextSerial;
 }
 
 void MpvObject::applyProfile(bool isNetwork)

@@ -156,14 +156,16 @@ private:
     bool hasFrameOfLoad() const;
     // Whether a playlist entry is the one that was loaded last.
     bool isCurrent(qint64 entry) const { return entry >= 0 && entry == m_entry; }
+    // Whether the render context that the file was loaded for is gone, and with it the file's picture.
+    bool hasLostContext() const;
 
     void setSourceAt(const QString &source, double seekSec);
     void applyProfile(bool isNetwork);
     void requestPlayer();
     void load();
-    // What is set for the file to be loaded alone: its start; and, when the last file before stop() was found
-    // to have no hardware decoder, not to look for one for a minute. Looking takes a connection to the
-    // display or two.
+    // What is set for the file to be loaded alone: that it has a picture, where the file before lost its own;
+    // and for a recorded one its start, and, when the last file before stop() was found to have no hardware
+    // decoder, not to look for one for a minute. Looking takes a connection to the display or two.
     QByteArray fileOptions();
     void seekPlayer(double seconds);
     // The player has come to a position: it counts once its frame is on the screen.
@@ -182,6 +184,8 @@ private:
 
     std::shared_ptr<MpvHandle> m_mpv;
     QPointer<RedrawGatherer> m_gatherer;
+    // Whether the player was made, and has been told what was set before; or could not be made.
+    bool m_hasPlayer = false;
     bool m_failed = false;
     bool m_preparing = false;
     QString m_source;

@@ -218,6 +218,9 @@ void MpvObject::handleEndFile(const mpv_event &event)
         return;
     }
     const bool failed = end.reason == MPV_END_FILE_REASON_ERROR;
+    // It is loaded again for the next context.
+    if (failed && hasLostContext())
+        return;
     m_state = failed ? QStringLiteral("error") : QStringLiteral("idle");
     emit stateChanged();
     // Whoever heard of it may have loaded something else.

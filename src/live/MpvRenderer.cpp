@@ -173,6 +173,7 @@ void MpvRenderer::draw()
     m_hasDrawn = m_hasDrawn || newFrame;
 
     m_mpv->noteFrameTaken();
+    m_mpv->notePicture(newFrame);
     if (software)
         software->paint(m_context, *framebufferObject());
     else

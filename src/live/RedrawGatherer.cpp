@@ -30,8 +30,8 @@ constexpr int drawTimeoutMs = 500;
 constexpr int rateIntervalMs = 1000;
 constexpr int sleepAfterMs = 1000;
 // Sixty players that all start in the same moment would leave the window no processor for a while.
-constexpr int wakingsAtOnce = 1;
-constexpr int wakeIntervalMs = 30;
+constexpr int startsAtOnce = 2;
+constexpr int startIntervalMs = 30;
 constexpr int holdMs = 80;
 constexpr int tendIntervalMs = 10;
 // Ending a picture takes a few ms of CPU time; so many players at a time leave the GUI thread its share.
@@ -82,8 +82,11 @@ RedrawGatherer::RedrawGatherer(QQuickWindow *window)
     m_sleepTimer.setInterval(sleepAfterMs);
     connect(&m_sleepTimer, &QTimer::timeout, this, [this] { setAsleep(true); });
     m_wakeTimer.setSingleShot(true);
-    m_wakeTimer.setInterval(wakeIntervalMs);
-    connect(&m_wakeTimer, &QTimer::timeout, this, &RedrawGatherer::wakeSome);
+    m_wakeTimer.setInterval(startIntervalMs);
+    connect(&m_wakeTimer, &QTimer::timeout, this, [this] {
+        m_starts = 0;
+        wakeSome();
+    });
     m_holdTimer.setSingleShot(true);
     m_holdTimer.setInterval(holdMs);
     connect(&m_holdTimer, &QTimer::timeout, this, &RedrawGatherer::releaseRedraw);
@@ -231,7 +234,7 @@ void RedrawGatherer::takeFrames(const QList<MpvObject *> &items)
 
 void RedrawGatherer::noteDrawn(MpvObject *item, double position)
 {
-    m_drawn.push_back({item, position, m_syncs});
+    m_drawn.push_back({item, position, m_syncs, item->player()->picturesDrawn});
 }
 
 void RedrawGatherer::forgetDrawn(const MpvObject *item)
@@ -245,7 +248,8 @@ void RedrawGatherer::tellShown()
     while (!m_drawn.empty() && m_drawn.front().sync <= m_doneSync) {
         const Drawn shown = m_drawn.front();
         m_drawn.pop_front();
-        shown.item->showPosition(shown.position);
+        if (shown.item->player()->picturesDrawn != shown.pictures)
+            shown.item->showPosition(shown.position);
     }
 }
 
@@ -316,16 +320,25 @@ void RedrawGatherer::setAsleep(bool asleep)
 
 void RedrawGatherer::wakeSome()
 {
-    int started = 0;
-    while (!m_waking.isEmpty() && started < wakingsAtOnce) {
-        const QPointer<MpvObject> item = m_waking.takeFirst();
-        if (!item)
-            continue;
-        started += item->state() == QLatin1String("idle") ? 0 : 1;
-        item->wakeUp();
+    while (!m_waking.isEmpty() && m_starts < startsAtOnce) {
+        if (const QPointer<MpvObject> item = m_waking.takeFirst())
+            item->wakeUp();
     }
     if (!m_waking.isEmpty())
         m_wakeTimer.start();
+}
+
+bool RedrawGatherer::mayStart(MpvObject *item)
+{
+    if (!m_wakeTimer.isActive())
+        m_wakeTimer.start();
+    if (m_starts < startsAtOnce) {
+        ++m_starts;
+        return true;
+    }
+    if (!m_waking.contains(item))
+        m_waking.append(item);
+    return false;
 }
 
 void RedrawGatherer::tendContexts()

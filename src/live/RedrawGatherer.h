@@ -50,7 +50,8 @@ public:
     void scaleRate(MpvObject *item, double factor);
 
     // The redraw that is being synchronised draws the item's frame of that position; the item is told once it
-    // is on the screen, unless that does not count any more.
+    // is on the screen, unless that does not count any more. A redraw without a new frame does not count: the
+    // player may be far ahead of a frame that was not drawn in time.
     void noteDrawn(MpvObject *item, double position);
     void forgetDrawn(const MpvObject *item);
 
@@ -62,6 +63,10 @@ public:
 
     // Whether the window has not been shown for a while. The items are told when that changes.
     bool isAsleep() const { return m_asleep; }
+
+    // Whether a stream may be opened now. Otherwise the item is woken when it may: those of a window that is
+    // back, or resumed, would all start in the same moment.
+    bool mayStart(MpvObject *item);
 
     // The time between two redraws while more than two streams play.
     int tickMs() const { return m_tickMs; }
@@ -85,6 +90,8 @@ private:
         MpvObject *item;
         double position;
         quint64 sync;
+        // How many pictures the item had shown before.
+        quint64 pictures;
     };
 
     explicit RedrawGatherer(QQuickWindow *window);
@@ -114,8 +121,9 @@ private:
     QTimer m_rateTimer;
     QTimer m_tendTimer;
     QTimer m_sleepTimer;
-    // The items that still sleep in a window that is awake.
+    // The items that wait for their turn in a window that is awake, and the streams opened in this one.
     QList<QPointer<MpvObject>> m_waking;
+    int m_starts = 0;
     QTimer m_wakeTimer;
     // Runs while the window's redraws are held back.
     QTimer m_holdTimer;

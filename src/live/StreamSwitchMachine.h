@@ -30,6 +30,8 @@ public:
     int pendingSlot() const { return m_pendingSlot; }
     // The stream that this load is of, "" for none.
     QString pendingRole() const;
+    // Whether the stream that is wanted is the one shown.
+    bool isSettled() const { return hasFront() && m_frontRole == desiredRole(); }
     // "idle", "loading", "playing" or "error"; empty before the first input.
     QString displayState() const { return m_displayState; }
 

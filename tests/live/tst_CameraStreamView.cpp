@@ -105,6 +105,13 @@ private slots:
         QCOMPARE(player(0).source(), "rtsp://moved/sub");
         QTRY_COMPARE(refused.count(), 1);
         QCOMPARE(m_view->displayState(), "loading");
+
+        m_server->otherwise([](const auto &) { return ScriptedServer::streamAt("rtsp://again/sub"); });
+        failAndRecover();
+        QTRY_COMPARE(answered.count(), 2);
+        emit player(0).fileEnded();
+        m_view->retry();
+        QCOMPARE(player(0).source(), "rtsp://again/sub");
     }
 
     void endedSwitchIsTriedAgain()
@@ -122,6 +129,15 @@ private slots:
         QTRY_COMPARE(player(1).source(), mainUrl);
         emit player(1).firstFrameRendered();
         QCOMPARE(logged("recovered").size(), 1);
+
+        // A switch back that fails, and that is then not wanted any more.
+        m_view->setPreferMain(false);
+        emit player(0).fileEnded();
+        QVERIFY(m_view->findChild<QTimer *>("recoverTimer")->isActive());
+        m_view->setPreferMain(true);
+        QVERIFY(!m_view->findChild<QTimer *>("recoverTimer")->isActive());
+        emit player(1).fileEnded();
+        QCOMPARE(logged("auto-recover in").last().section(" in ", 1), "1000ms");
     }
 
     void anotherCameraStartsAfresh()

@@ -262,6 +262,42 @@ private slots:
         QVERIFY2(mean < 8, qPrintable(QString::number(mean)));
     }
 
+    void restsWhileTheWindowIsHidden()
+    {
+        m_player->setSource(m_camera->url());
+        QTRY_VERIFY_WITH_TIMEOUT(m_player->framesDelivered() > 5, patienceMs);
+        m_window->hide();
+        QTRY_COMPARE(m_player->lastFrameAgeMs(), -1);
+        QCOMPARE(m_player->state(), "playing");
+        // What is asked for meanwhile waits as well.
+        ClipCamera second(ZORVEL_TEST_CLIP);
+        m_player->setSource(second.url());
+        QTest::qWait(500);
+        QCOMPARE(m_player->state(), "loading");
+        QCOMPARE(second.connections(), 0);
+
+        m_window->show();
+        QTRY_VERIFY_WITH_TIMEOUT(m_player->hasVideo(), patienceMs);
+        QCOMPARE(second.connections(), 1);
+        QVERIFY(showsPicture(m_player.get()));
+
+        // Not hidden for long, but without what it had been drawn with.
+        m_window->setPersistentGraphics(false);
+        m_window->setPersistentSceneGraph(false);
+        m_window->hide();
+        m_window->show();
+        QTRY_COMPARE_WITH_TIMEOUT(second.connections(), 2, patienceMs);
+        QTRY_VERIFY_WITH_TIMEOUT(m_player->hasVideo(), patienceMs);
+        QVERIFY(showsPicture(m_player.get()));
+        QCOMPARE(m_player->state(), "playing");
+
+        // Closed while nothing is redrawn.
+        m_window->hide();
+        QCOMPARE(second.watchers(), 1);
+        m_player.reset();
+        QTRY_COMPARE_WITH_TIMEOUT(second.watchers(), 0, patienceMs);
+    }
+
     void closingManyBlocksNothing()
     {
         auto players = playingWall(16);

@@ -24,6 +24,9 @@ public:
     }
 
     QString url() const { return QString("tcp://127.0.0.1:%1").arg(m_server.serverPort()); }
+    int connections() const { return m_connections; }
+    // Those that still stand.
+    int watchers() const { return int(m_sent.size()); }
     void setSpeaking(bool speaks) { m_speaks = speaks; }
     // Ends every connection, as a camera does that goes away.
     void hangUp()
@@ -40,6 +43,7 @@ private:
     void send()
     {
         while (QTcpSocket *socket = m_server.nextPendingConnection()) {
+            ++m_connections;
             m_sent.insert(socket, 0);
             connect(socket, &QTcpSocket::disconnected, this, [this, socket] { m_sent.remove(socket); });
         }
@@ -51,6 +55,7 @@ private:
     }
 
     bool m_speaks;
+    int m_connections = 0;
     QByteArray m_stream;
     QHash<QTcpSocket *, qsizetype> m_sent;
     QTcpServer m_server;

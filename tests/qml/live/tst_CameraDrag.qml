@@ -23,6 +23,7 @@ TestCase {
         onCameraDragStarted: (cameraId, globalX, globalY) => layer.start(cameraId, globalX, globalY)
         onCameraDragMoved: (globalX, globalY) => layer.move(globalX, globalY)
         onCameraDragEnded: layer.end()
+        onCameraDragCanceled: layer.cancel()
     }
     VideoGrid {
         id: grid
@@ -69,6 +70,11 @@ TestCase {
             compare(grid.slots.filter(id => id === "cam5").length, 1)
             verify(!grid.anyDragActive)
         }
+        const place = drag("cam6", findChild(grid, "videoCell_2"))
+        list.enabled = false
+        mouseRelease(testCase, place.x, place.y)
+        list.enabled = true
+        compare(grid.slots.indexOf("cam6"), -1, "taken from the pointer")
         compare(clicked, "", "a drag is no click")
         const row = findChild(list, "cameraRow_cam5")
         mousePress(row, 30, 10)

@@ -73,6 +73,31 @@ TestCase {
         }
     }
 
+    function test_streams_end_with_the_session() {
+        grid.assignSlot(0, "cam1")
+        grid.assignSlot(1, "cam2")
+        wait(0)
+        grid.clearSlot(1)
+        wait(0)
+        compare(Object.keys(views()).sort(), ["cam1", "cam2"], "one of them parked")
+        grid.maximizedSlot = 0
+        apiClient.expire()
+        cameraFeed.list(0)
+        compare(grid.maximizedSlot, -1)
+        compare(Object.keys(views()), [])
+        grid.suspended = true
+        wait(0)
+        compare(Object.keys(views()), [], "nothing is watched without a session")
+        grid.suspended = false
+        grid.visible = false
+        apiClient.acceptLogin("another", [])
+        grid.visible = true
+        wait(0)
+        compare(Object.keys(views()), [], "nor before it is known what the next user may see")
+        cameraFeed.list(20)
+        tryVerify(() => "cam1" in views())
+    }
+
     function test_arrows_and_the_focus() {
         keyClick(Qt.Key_7)
         grid.focusSlot(0, Qt.TabFocusReason)
@@ -107,6 +132,9 @@ TestCase {
         grid.restore({ "2x2": ["cam1", "gone", "", "cam2"] }, "2x2")
         compare(grid.slots, ["cam1", "gone", "", "cam2"])
         compare([cell(0).known, cell(0).occupied], [false, false])
+        grid.maximizedSlot = 0
+        mouseClick(findChild(cell(0), "cellRestoreButton"))
+        compare(grid.maximizedSlot, -1)
         cameraFeed.list(5)
         compare(grid.slots, ["cam1", "", "", "cam2"])
         compare([cell(0).cameraName, cell(0).occupied, cell(3).hasSub], ["Camera 1", true, true])
@@ -138,12 +166,18 @@ TestCase {
         compare(rows.count, 3)
         tryVerify(() => findChild(rows, "cameraRow_cam20")?.mark === "Cell 1")
         // Not beyond the ends.
-        for (const key of [Qt.Key_Up, Qt.Key_PageDown, Qt.Key_Down, Qt.Key_Return])
+        for (const key of [Qt.Key_Up, Qt.Key_PageDown, Qt.Key_Down])
             keyClick(key)
+        cameraFeed.list(20)
+        keyClick(Qt.Key_Return)
         compare(grid.slots, ["", "", "", "cam20"])
         tryCompare(picker, "visible", false)
         openPicker(1)
         compare(field.text, "")
+        grid.restore({ "1x1": ["cam1"] }, "1x1")
+        tryCompare(picker, "visible", false)
+        keyClick(Qt.Key_Right)
+        compare(grid.currentSlot, 0, "the cell that the picker was opened for is gone")
     }
 
     function test_picker_survives_a_double_click() {
