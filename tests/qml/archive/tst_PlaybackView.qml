@@ -149,9 +149,10 @@ TestCase {
         compare([page.player.state, page.player.speed], ["paused", 4])
 
         page.toggleExportMode()
-        findChild(page, "exportDownload").forceActiveFocus(Qt.TabFocusReason)
-        exportModel.downloading = true
-        exportModel.downloading = false
+        const download = findChild(page, "exportDownload")
+        download.forceActiveFocus(Qt.TabFocusReason)
+        download.enabled = false
+        download.enabled = true
         keyClick(Qt.Key_Space)
         compare(page.player.state, "playing")
     }
