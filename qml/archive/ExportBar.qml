@@ -11,14 +11,18 @@ Flow {
     readonly property bool downloading: exportModel.downloading
     // Something to say about the last export, even if it ended while another page was shown.
     readonly property bool hasOutcome: exportModel.savedPath !== "" || exportModel.error !== ""
-    readonly property string progressText: !downloading ? ""
-        : Math.round(exportModel.progress * 100) + "%" + (exportModel.downloadedBytes > 0
-            ? " · " + exportModel.formatSize(exportModel.downloadedBytes) : "")
+    // As it was at the last look: a fast download makes progress more often than the page is worth drawing.
+    property string progressText: ""
 
     signal downloadClicked()
     signal cancelClicked()
     // The keyboard is on a button that cannot be pressed any more.
     signal leaveRequested()
+
+    function _lookAtProgress() {
+        progressText = !downloading ? "" : Math.round(exportModel.progress * 100) + "%"
+            + (exportModel.downloadedBytes > 0 ? " · " + exportModel.formatSize(exportModel.downloadedBytes) : "")
+    }
 
     function _leave(button: Item) {
         if (button.focus && !(button.visible && button.enabled))
@@ -29,6 +33,9 @@ Flow {
     Accessible.role: Accessible.Pane
     Accessible.name: Translations.exportClip
 
+    onDownloadingChanged: _lookAtProgress()
+    Component.onCompleted: _lookAtProgress()
+
     component Line: StyledText {
         height: Theme.controlHeight
         visible: text !== ""
@@ -38,6 +45,12 @@ Flow {
         width: Math.min(implicitWidth, root.width)
     }
 
+    Timer {
+        interval: 250
+        repeat: true
+        running: root.downloading
+        onTriggered: root._lookAtProgress()
+    }
     Line {
         objectName: "exportRange"
         text: root.rangeText
