@@ -14,8 +14,9 @@ int main(int argc, char *argv[])
     keepHeapCompact();
     std::setlocale(LC_NUMERIC, "C");
     QQuickWindow::setGraphicsApi(QSGRendererInterface::OpenGL);
-    // Video covers nearly everything below it and hardly anything covers video: a depth buffer would be cleared,
-    // read and written for each pixel to no avail, a seventh of what a software rasteriser does per picture.
+    // Video covers nearly everything below it and hardly anything covers video: a depth buffer would be
+    // cleared, read and written for each pixel to no avail, a seventh of what a software rasteriser does per
+    // picture.
     qputenv("QSG_NO_DEPTH_BUFFER", "1");
 
     const QGuiApplication guiApplication(argc, argv);

@@ -1,6 +1,5 @@
 #include "live/MpvObject.h"
 
-#include "app/Logging.h"
 #include "live/ContextKeeper.h"
 #include "live/MpvHandle.h"
 #include "live/MpvRenderer.h"
@@ -15,7 +14,6 @@
 
 namespace {
 
-constexpr int rateLogIntervalMs = 10000;
 constexpr int hardwareLookMs = 60000;
 // A picture that was not drawn after this long is not waited for.
 constexpr int positionPatienceMs = 500;
@@ -30,8 +28,8 @@ QByteArray secondsText(double seconds)
     return QByteArray::number(seconds, 'f', 3);
 }
 
-// The framebuffer object is always filled with a picture or with black, which its texture cannot say: blended,
-// every pixel under it would be drawn and read for nothing.
+// The framebuffer object is always filled with a picture or with black, which its texture cannot say:
+// blended, every pixel under it would be drawn and read for nothing.
 void drawOpaque(QSGGeometryNode *node)
 {
     QSGMaterial *material = node ? node->opaqueMaterial() : nullptr;
@@ -479,34 +477,4 @@ void MpvObject::requestRedraw()
 {
     if (m_gatherer)
         m_gatherer->request(this);
-}
-
-void MpvObject::showFirstFrame()
-{
-    if (m_hasVideo)
-        return;
-    m_mpv->read("video-params/w", MPV_FORMAT_INT64, MpvHandle::FrameWidth);
-    m_mpv->read("video-params/h", MPV_FORMAT_INT64, MpvHandle::FrameHeight);
-    m_mpv->read("container-fps", MPV_FORMAT_DOUBLE, MpvHandle::FrameRate);
-    if (m_isNetwork && m_seeksHardware)
-        m_mpv->read("hwdec-current", MPV_FORMAT_STRING, MpvHandle::HardwareFound);
-    m_hasVideo = true;
-    m_mpv->noteFirstFrameShown();
-    emit hasVideoChanged();
-    if (m_hasVideo)
-        emit firstFrameRendered();
-}
-
-void MpvObject::countUpdate()
-{
-    if (!m_updateTimer.isValid())
-        m_updateTimer.start();
-    ++m_updateCount;
-    if (m_updateTimer.elapsed() < rateLogIntervalMs)
-        return;
-    qCDebug(lcStream).noquote() << QStringLiteral("[mpv] update rate %1/s src=%2")
-                                       .arg(m_updateCount * 1000.0 / m_updateTimer.elapsed(), 0, 'f', 1)
-                                       .arg(redactUrl(m_source));
-    m_updateCount = 0;
-    m_updateTimer.restart();
 }

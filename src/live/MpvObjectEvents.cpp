@@ -12,6 +12,7 @@
 
 namespace {
 
+constexpr int rateLogIntervalMs = 10000;
 constexpr int firstFramePatienceMs = 250;
 
 // The value of a property event or reply, if it has one of the wanted type.
@@ -226,4 +227,34 @@ void MpvObject::handleEndFile(const mpv_event &event)
     // Whoever heard of it may have loaded something else.
     if (end.reason == MPV_END_FILE_REASON_EOF && isCurrent(end.playlist_entry_id))
         emit fileEnded();
+}
+
+void MpvObject::showFirstFrame()
+{
+    if (m_hasVideo)
+        return;
+    m_mpv->read("video-params/w", MPV_FORMAT_INT64, MpvHandle::FrameWidth);
+    m_mpv->read("video-params/h", MPV_FORMAT_INT64, MpvHandle::FrameHeight);
+    m_mpv->read("container-fps", MPV_FORMAT_DOUBLE, MpvHandle::FrameRate);
+    if (m_isNetwork && m_seeksHardware)
+        m_mpv->read("hwdec-current", MPV_FORMAT_STRING, MpvHandle::HardwareFound);
+    m_hasVideo = true;
+    m_mpv->noteFirstFrameShown();
+    emit hasVideoChanged();
+    if (m_hasVideo)
+        emit firstFrameRendered();
+}
+
+void MpvObject::countUpdate()
+{
+    if (!m_updateTimer.isValid())
+        m_updateTimer.start();
+    ++m_updateCount;
+    if (m_updateTimer.elapsed() < rateLogIntervalMs)
+        return;
+    qCDebug(lcStream).noquote() << QStringLiteral("[mpv] update rate %1/s src=%2")
+                                       .arg(m_updateCount * 1000.0 / m_updateTimer.elapsed(), 0, 'f', 1)
+                                       .arg(redactUrl(m_source));
+    m_updateCount = 0;
+    m_updateTimer.restart();
 }

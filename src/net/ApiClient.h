@@ -20,9 +20,9 @@ class QNetworkReply;
  * and the data calls. One instance serves the whole program and is known to QML as `apiClient`.
  *
  * Every call returns at once and answers later with the signal named beside it. A failed data call never ends
- * the session; only a failed refresh does. Whatever is still asked for when the session ends fails right then,
- * before anybody can sign in, so that nothing of one user reaches the next; neither do the cookies. What an
- * action on an incident led to is then told to nobody. Where a failure has no signal, it is logged.
+ * the session; only a failed refresh does. Whatever is still asked for when the session ends fails right
+ * then, before anybody can sign in, so that nothing of one user reaches the next; neither do the cookies.
+ * What an action on an incident led to is then told to nobody. Where a failure has no signal, it is logged.
  *
  * A server sends lists as JSON arrays at the top of the body; elements that are not objects, and spans and
  * segments that are not valid, are left out.

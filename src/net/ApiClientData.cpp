@@ -196,9 +196,8 @@ void ApiClient::fetchSegments(
     readList<SegmentData>(
         get(cameraPath(cameraId,
             QStringLiteral("/segments?from=%1&limit=%2").arg(encoded(from), QString::number(limit)))),
-        [this, cameraId, requestId](const QList<SegmentData> &segments) {
-            emit segmentsReceived(cameraId, segments, requestId);
-        },
+        [this, cameraId, requestId](
+            const QList<SegmentData> &segments) { emit segmentsReceived(cameraId, segments, requestId); },
         fail);
 }
 
