@@ -4,6 +4,7 @@
 #include "live/MpvHandle.h"
 #include "live/MpvRenderer.h"
 #include "live/MpvWorkers.h"
+#include "live/PictureNode.h"
 #include "live/RedrawGatherer.h"
 
 #include <QQuickWindow>
@@ -349,9 +350,16 @@ QSGNode *MpvObject::updatePaintNode(QSGNode *node, UpdatePaintNodeData *data)
         return nullptr;
     if (m_gatherer && m_positionTimer.isActive())
         m_gatherer->noteDrawn(this, m_playerPosition);
-    QSGNode *drawn = QQuickFramebufferObject::updatePaintNode(node, data);
-    drawOpaque(static_cast<QSGGeometryNode *>(drawn));
-    return drawn;
+    auto *picture = static_cast<PictureNode *>(node);
+    QSGNode *sampled = QQuickFramebufferObject::updatePaintNode(picture ? picture->sampled() : nullptr, data);
+    if (!sampled)
+        return nullptr;
+    drawOpaque(static_cast<QSGGeometryNode *>(sampled));
+    if (!picture)
+        picture = new PictureNode(sampled);
+    if (m_buffer && m_gatherer && m_gatherer->keeper()->drawsInSoftware())
+        picture->copy(m_buffer, boundingRect(), window()->size() * window()->effectiveDevicePixelRatio());
+    return picture;
 }
 
 void MpvObject::itemChange(ItemChange change, const ItemChangeData &value)

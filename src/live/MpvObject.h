@@ -10,6 +10,7 @@
 struct mpv_event;
 class MpvHandle;
 class RedrawGatherer;
+struct PictureBuffer;
 
 // The video surface: plays one URL with libmpv and draws its frames into the scene. Live cells own two of
 // them per camera, an archive cell one.
@@ -184,6 +185,8 @@ private:
 
     std::shared_ptr<MpvHandle> m_mpv;
     QPointer<RedrawGatherer> m_gatherer;
+    // Where the renderer draws to; set while both threads are synchronised.
+    std::shared_ptr<const PictureBuffer> m_buffer;
     // Whether the player was made, and has been told what was set before; or could not be made.
     bool m_hasPlayer = false;
     bool m_failed = false;

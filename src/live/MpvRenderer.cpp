@@ -5,6 +5,7 @@
 #include "live/ContextKeeper.h"
 #include "live/MpvHandle.h"
 #include "live/MpvObject.h"
+#include "live/PictureNode.h"
 
 #include <QOpenGLContext>
 #include <QOpenGLFramebufferObject>
@@ -31,6 +32,7 @@ void *glFunction(void *, const char *name)
 MpvRenderer::MpvRenderer(std::shared_ptr<MpvHandle> mpv, std::shared_ptr<ContextKeeper> keeper)
     : m_mpv(std::move(mpv))
     , m_keeper(std::move(keeper))
+    , m_buffer(std::make_shared<PictureBuffer>())
 {
 }
 
@@ -45,7 +47,8 @@ MpvRenderer::~MpvRenderer()
 
 void MpvRenderer::synchronize(QQuickFramebufferObject *item)
 {
-    const auto *video = static_cast<MpvObject *>(item);
+    auto *video = static_cast<MpvObject *>(item);
+    video->m_buffer = m_buffer;
     m_state = video->state();
     m_source = video->source();
     m_isNetwork = video->isNetwork();
@@ -113,6 +116,7 @@ QOpenGLFramebufferObject *MpvRenderer::createFramebufferObject(const QSize &size
     QOpenGLFramebufferObject *target = Renderer::createFramebufferObject(size);
     if (m_keeper->softwareFrames())
         SoftwareFrames::prepare(*target);
+    *m_buffer = {target->handle(), target->size()};
     return target;
 }
 

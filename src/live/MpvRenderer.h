@@ -8,6 +8,7 @@
 struct mpv_render_context;
 class ContextKeeper;
 class MpvHandle;
+struct PictureBuffer;
 
 // Paints a player's frames into its item's framebuffer object. It lives on the render thread and calls
 // nothing of libmpv but its render functions; the render context is made with the first frame that needs it,
@@ -42,6 +43,7 @@ private:
     std::shared_ptr<MpvHandle> m_mpv;
     std::shared_ptr<ContextKeeper> m_keeper;
     mpv_render_context *m_context = nullptr;
+    std::shared_ptr<PictureBuffer> m_buffer;
     bool m_renderFailed = false;
     int m_slotWaitFrames = 0;
     bool m_hasDrawn = false;

@@ -4,6 +4,7 @@
 #include "support/ScriptedServer.h"
 
 #include <QElapsedTimer>
+#include <QPainter>
 #include <QProcess>
 #include <QQuickWindow>
 #include <QSignalSpy>
@@ -260,6 +261,39 @@ private slots:
         }
         const double mean = difference / (300 * 250 * 2);
         QVERIFY2(mean < 8, qPrintable(QString::number(mean)));
+    }
+
+    void pictureObeysItsPlaceClipsAndLayers()
+    {
+        m_player->setPaused(true);
+        m_player->setSourceAndSeek(m_recorder->url() + "/segment.mp4", 12.0);
+        QTRY_VERIFY_WITH_TIMEOUT(m_player->hasVideo(), patienceMs);
+        QVERIFY(showsPicture(m_player.get()));
+        const QImage whole = m_window->grabWindow().copy(0, 0, 320, 180);
+
+        QQuickItem frame(m_window->contentItem());
+        frame.setPosition({50, 70});
+        frame.setSize({200, 100});
+        frame.setClip(true);
+        m_player->setParentItem(&frame);
+        m_player->setPosition({-30, -20});
+        QImage expected(m_window->size(), whole.format());
+        expected.fill(background);
+        QPainter(&expected).drawImage(QPoint(50, 70), whole, QRect(30, 20, 200, 100));
+        QCOMPARE(m_window->grabWindow(), expected);
+
+        auto *layer = frame.property("layer").value<QObject *>();
+        QVERIFY(layer && layer->setProperty("enabled", true));
+        QCOMPARE(m_window->grabWindow(), expected);
+        layer->setProperty("enabled", false);
+
+        // The nearer of two covers the other.
+        const auto above = makePlayer(m_window.get(), {0, 0, 200, 50});
+        above->setParentItem(&frame);
+        above->prepare();
+        QPainter(&expected).fillRect(50, 70, 200, 50, Qt::black);
+        QTRY_COMPARE_WITH_TIMEOUT(m_window->grabWindow(), expected, patienceMs);
+        m_player->setParentItem(m_window->contentItem());
     }
 
     void restsWhileTheWindowIsHidden()
