@@ -78,16 +78,23 @@ QString ApiClient::nextRequestId(const QString &prefix)
     return prefix.isEmpty() ? number : prefix + u'-' + number;
 }
 
+bool ApiClient::CallOrder::accepts(quint64 call)
+{
+    if (call < answered) {
+        return false;
+    }
+    answered = call;
+    return true;
+}
+
 void ApiClient::fetchCameras()
 {
     readList<CameraData>(
         get(QStringLiteral("/client-api/cameras")),
-        [this, serial = ++m_cameraListsAsked](const QList<CameraData> &cameras) {
-            if (serial < m_cameraListReceived) {
-                return;
+        [this, call = ++m_cameraCalls.asked](const QList<CameraData> &cameras) {
+            if (m_cameraCalls.accepts(call)) {
+                emit camerasReceived(cameras);
             }
-            m_cameraListReceived = serial;
-            emit camerasReceived(cameras);
         },
         [](const QString &error) { logFailure("fetchCameras", error); });
 }
@@ -96,13 +103,16 @@ void ApiClient::fetchCamerasStatus()
 {
     readAnswer(
         get(QStringLiteral("/client-api/cameras/status")),
-        [this](const QByteArray &body) {
+        [this, call = ++m_statusCalls.asked](const QByteArray &body) {
             const auto array = Json::array(body);
             if (!array) {
                 qCWarning(lcStatus).noquote()
                     << "fetchCamerasStatus: response is not a JSON array:"
                     << redactUrl(QString::fromUtf8(body.first(std::min(body.size(), 2 * longestLoggedBody))))
                            .left(longestLoggedBody);
+                return;
+            }
+            if (!m_statusCalls.accepts(call)) {
                 return;
             }
             const auto statuses = recordsOf<CameraStatusData>(*array);
