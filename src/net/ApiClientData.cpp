@@ -339,8 +339,10 @@ void ApiClient::savePreferences(const QString &json)
 
 QString ApiClient::segmentFileUrl(qint64 segmentId, const QString &nodeId) const
 {
-    const QString file
-        = QStringLiteral("%1/client-api/segments/%2/file").arg(m_serverUrl, QString::number(segmentId));
+    // The video item knows its sources by their scheme in lower case.
+    const QString scheme = QUrl(m_serverUrl).scheme();
+    const QString file = QStringLiteral("%1%2/client-api/segments/%3/file")
+                             .arg(scheme, m_serverUrl.mid(scheme.size()), QString::number(segmentId));
     return nodeId.isEmpty() ? file : file + QStringLiteral("?node=") + Requests::encoded(nodeId);
 }
 

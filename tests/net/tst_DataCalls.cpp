@@ -283,6 +283,13 @@ private slots:
         }
     }
 
+    void addressOfARecordedFile()
+    {
+        m_client->checkStatus("HTTP://Host:8090/");
+        QCOMPARE(
+            m_client->segmentFileUrl(7, "n 1"), "http://Host:8090/client-api/segments/7/file?node=n%201");
+    }
+
 private:
     // Makes the call, and returns when the client is done with the answer.
     void answer(const Call &call, const ScriptedServer::Answer &answer)
