@@ -55,6 +55,8 @@ void Application::wire()
     connect(&m_apiClient, &ApiClient::sessionExpired, this, [] { clearCrashUser(); });
     connect(&m_apiClient, &ApiClient::sessionExpired, &m_statusPollTimer, &QTimer::stop);
     connect(&m_apiClient, &ApiClient::authChanged, this, &Application::endSession);
+    connect(&m_apiClient, &ApiClient::signedOut, this, [] { clearCrashUser(); });
+    connect(&m_apiClient, &ApiClient::signedOut, &m_exportModel, &ExportModel::dismiss);
     connect(&m_apiClient, &ApiClient::signedOut, &m_wsClient, &WSClient::disconnect);
     connect(&m_wsClient, &WSClient::connectionChanged, this, &Application::catchUpAfterLoss);
 }

@@ -62,6 +62,8 @@ private slots:
         m_server->on(statusRoute, R"([{"camera_id": "c2", "state": "offline"}])");
         QTRY_COMPARE(m_application->cameraModel().cameraStateById("c2"), "offline");
         QCOMPARE(count(camerasRoute), 1);
+        m_application->apiClient().doLogout();
+        QVERIFY(m_crashRecord.take().contains("no user"));
     }
 
     void statusesAreLoggedWithoutSecrets()
