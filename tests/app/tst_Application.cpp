@@ -114,6 +114,17 @@ private slots:
         QCOMPARE(count(statusRoute), polls);
     }
 
+    void cameraListThatFailedAtFirst()
+    {
+        m_server->on(camerasRoute, {.status = 503});
+        answerSignIn("first");
+        m_application->apiClient().doLogin(m_server->url(), "olga", "secret");
+        QTRY_COMPARE(count(camerasRoute), 1);
+        m_server->on(camerasRoute, R"([{"id": "c2"}])");
+        m_application->apiClient().fetchCamerasStatus();
+        QTRY_COMPARE(m_application->cameraModel().cameraStateById("c2"), "recording");
+    }
+
     void reconnectUsesTheCurrentToken()
     {
         signIn();
