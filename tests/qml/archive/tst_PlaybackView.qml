@@ -132,7 +132,9 @@ TestCase {
         press("exportButton")
         compare([page.exportStart - latest, page.exportEnd - latest], data.bounds)
         verify(timeline.selectionMode)
+        verify(page.exportStart >= timeline.viewStart && page.exportStart <= timeline.viewEnd)
         tick("cam2")
+        page.toggleExportMode()
         verify(!page.exportMode, "of one camera only")
         verify(!findChild(page, "exportButton").visible)
         tick("cam2")
@@ -189,6 +191,10 @@ TestCase {
         compare(page.selectedCameras, ["cam1", "cam3"])
         compare(cell("cam2"), null)
         compare(findChild(cell("cam3"), "cellPlayer"), third, "cells that stay are not made anew")
+        cameraFeed.list(0)
+        compare(page.selectedCameras.length, 2)
+        cameraFeed.list(2)
+        compare(page.selectedCameras, ["cam1"], "a camera that is gone")
     }
 
     function test_cell_messages_and_pausing() {
