@@ -25,9 +25,10 @@ WindowBase {
     property bool _sessionExpired: false
     property int _focusReason: Qt.OtherFocusReason
 
-    // Switches the page. Whoever came by keyboard finds the focus marked on the new page too.
+    // Switches the page. Whoever came by keyboard, or was typing, finds the focus marked on the new page too.
     function showPage(page: string) {
-        _focusReason = activeFocusItem?.visualFocus ? Qt.TabFocusReason : Qt.OtherFocusReason
+        const typing = currentPage !== "login" && activeFocusItem instanceof TextInput
+        _focusReason = typing || activeFocusItem?.visualFocus ? Qt.TabFocusReason : Qt.OtherFocusReason
         currentPage = page
     }
 

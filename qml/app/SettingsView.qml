@@ -119,7 +119,9 @@ PageScaffold {
                         ["End", Translations.shortcutToEnd],
                         ["+ −", Translations.shortcutZoom],
                         ["Shift+← →", Translations.shortcutPan],
-                        ["← →, Shift+← →", Translations.shortcutClip]
+                        ["Enter", Translations.shortcutSeekMiddle],
+                        ["← →, Shift+← →", Translations.shortcutClip],
+                        ["Esc", Translations.shortcutLeaveCameras]
                     ]
                 }
             }

@@ -15,6 +15,15 @@ FocusScope {
     width: Window.width >= 1100 ? Theme.cameraListWidth : 168
     Keys.onEscapePressed: leaveRequested(Qt.TabFocusReason)
 
+    Connections {
+        target: cameraModel
+
+        // What is ticked but does not exist any more could not be unticked. An empty list may not have arrived yet.
+        function onModelReset() {
+            if (cameraModel.count > 0)
+                root.selected.filter(id => !cameraModel.hasCameraById(id)).forEach(id => root.cameraToggled(id))
+        }
+    }
     CameraList {
         id: list
 

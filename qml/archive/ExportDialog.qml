@@ -27,7 +27,7 @@ Item {
         const text = String(file)
         const address = !text.startsWith("/") ? text
             : "file://" + text.replace(/\.mp4(?=[#?])/, "").replace(/[#?]/g, encodeURIComponent)
-        _target = address.endsWith(".mp4") ? address : address + ".mp4"
+        _target = /\.mp4$/i.test(address) ? address : address + ".mp4"
         if (exportModel.wouldReplace(_target))
             replaceDialog.open()
         else

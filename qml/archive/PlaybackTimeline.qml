@@ -3,8 +3,8 @@ import QtQuick.Templates as T
 import ZorvelClient
 
 // The time axis: what was recorded, the playhead and, while a clip is chosen, its bounds. The wheel zooms, a drag
-// pans, a click asks for a moment; with the keyboard "+" and "-" zoom and Shift with Left and Right pans. The owner
-// sets the view; every change made here is told by viewRangeChanged.
+// pans, a click asks for a moment; with the keyboard "+" and "-" zoom, Shift with Left and Right pans and Return asks
+// for the moment in the middle. The owner sets the view; every change made here is told by viewRangeChanged.
 T.Control {
     id: root
 
@@ -95,6 +95,11 @@ T.Control {
             selectionChanged(selectionStart, bound)
     }
 
+    function _seekMiddle(isRepeat: bool) {
+        if (!isRepeat)
+            seekRequested(Math.round((viewStart + viewEnd) / 2))
+    }
+
     function handleKey(event: var) {
         const shifted = event.modifiers & Qt.ShiftModifier
         event.accepted = true
@@ -104,6 +109,8 @@ T.Control {
             zoom(2)
         else if (shifted && (event.key === Qt.Key_Left || event.key === Qt.Key_Right))
             panBy((event.key === Qt.Key_Left ? -0.1 : 0.1) * range)
+        else if (activeFocus && (event.key === Qt.Key_Return || event.key === Qt.Key_Enter))
+            _seekMiddle(event.isAutoRepeat)
         else
             event.accepted = false
     }

@@ -66,10 +66,12 @@ FocusScope {
             pendingSeekMs = timeMs
             selectedCameras = [cameraId]
             applySelection()
-        } else if (player.loadedCameraId() === cameraId) {
-            player.seek(timeMs)
         } else {
-            playFrom(timeMs)
+            if (player.loadedCameraId() === cameraId)
+                player.seek(timeMs)
+            else
+                playFrom(timeMs)
+            timeline.reveal(timeMs)
         }
         timeline.forceActiveFocus(Qt.OtherFocusReason)
     }
@@ -124,20 +126,18 @@ FocusScope {
     }
 
     function setViewRange(fromMs: real, toMs: real) {
-        if (toMs <= fromMs)
-            return
-        timeline.viewStart = fromMs
-        timeline.viewEnd = toMs
-        timelineModel.loadRange(fromMs, toMs)
+        if (toMs > fromMs)
+            timeline.showRange(fromMs, toMs)
     }
 
     function toggleExportMode() {
-        exportMode = !exportMode
+        exportMode = !exportMode && !gridMode && selectedCameraId !== ""
         if (!exportMode)
             return
         const start = Math.max(playheadTime > 0 ? playheadTime : timelineModel.latest, timelineModel.earliest)
         exportEnd = Math.min(start + 60000, timelineModel.latest)
         exportStart = Math.min(start, exportEnd - 1000)
+        timeline.reveal(exportStart)
     }
 
     function exportRangeText() : string {

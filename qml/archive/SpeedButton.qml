@@ -59,6 +59,17 @@ ControlButton {
                 height: Theme.rowHeight
                 text: root.label(modelData) + (modelData === root.speed ? "  ✓" : "")
                 onTriggered: root.speedSelected(modelData)
+                Keys.onReturnPressed: event => choose(event)
+                Keys.onEnterPressed: event => choose(event)
+
+                function choose(event: var) {
+                    if (!event.isAutoRepeat)
+                        clicked()
+                }
+
+                HoverHandler {
+                    cursorShape: Qt.PointingHandCursor
+                }
 
                 contentItem: StyledText {
                     leftPadding: Theme.spacingXS

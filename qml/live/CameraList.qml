@@ -6,8 +6,8 @@ FocusScope {
     id: root
 
     property bool dragEnabled: true
-    // The cameras that bear a tick.
-    property var ticked: []
+    // The cameras that bear a tick; null where none ever does.
+    property var ticked: null
     readonly property alias pickedByMouse: list.pickedByMouse
 
     signal cameraClicked(string cameraId)

@@ -2,7 +2,7 @@ import QtQuick
 import ZorvelClient
 import "grid.js" as Grid
 
-// One camera of a list: its status, its name and, at the end, where it is shown already.
+// One camera of a list: its status, its name and, at the end, its tick or where it is shown already.
 Item {
     id: root
 
@@ -10,7 +10,8 @@ Item {
     property string cameraName: ""
     property string cameraState: ""
     property string mark: ""
-    property color markColor: Theme.textMuted
+    property bool checkable: false
+    property bool checked: false
     property bool hovered: false
     property bool current: false
 
@@ -19,6 +20,8 @@ Item {
     Accessible.role: Accessible.ListItem
     Accessible.name: Grid.sentence([cameraName, Translations.cameraStateLabel(cameraState), mark])
     Accessible.selected: current
+    Accessible.checkable: checkable
+    Accessible.checked: checked
     Accessible.onPressAction: pressed()
 
     Rectangle {
@@ -54,9 +57,9 @@ Item {
         anchors.right: parent.right
         anchors.rightMargin: Theme.spacingSM
         anchors.verticalCenter: parent.verticalCenter
-        text: root.mark
+        text: root.checked ? "✓" : root.mark
         textFormat: Text.PlainText
-        color: root.markColor
+        color: root.checked ? Theme.accent : Theme.textMuted
         font.pixelSize: Theme.fontXS
     }
 }

@@ -11,8 +11,8 @@ FocusScope {
     property alias currentIndex: list.currentIndex
     property int rowHeight: Theme.rowHeight
     property bool dragEnabled: false
-    // The cameras that bear a tick.
-    property var ticked: []
+    // The cameras that bear a tick; null where none ever does.
+    property var ticked: null
     // The cameras that are shown already: a Map of camera id to slot index.
     property var slotOf: new Map()
     property alias mouseEnabled: pointer.enabled
@@ -126,9 +126,9 @@ FocusScope {
             cameraId: model.cameraId
             cameraName: model.cameraName
             cameraState: model.state
-            mark: root.slotOf.has(cameraId) ? Translations.cellNumber.arg(root.slotOf.get(cameraId) + 1)
-                : root.ticked.includes(cameraId) ? "✓" : ""
-            markColor: root.ticked.includes(cameraId) ? Theme.accent : Theme.textMuted
+            mark: root.slotOf.has(cameraId) ? Translations.cellNumber.arg(root.slotOf.get(cameraId) + 1) : ""
+            checkable: root.ticked !== null
+            checked: root.ticked?.includes(cameraId) ?? false
             hovered: pointer.hoveredIndex === index
             current: search.activeFocus && ListView.isCurrentItem
             onPressed: root.pick(index)
@@ -165,7 +165,7 @@ FocusScope {
 
             parent: list
             anchors.fill: parent
-            anchors.rightMargin: list.scrollBarWidth
+            anchors.rightMargin: list.contentHeight > list.height ? list.scrollBarWidth : 0
             hoverEnabled: true
             preventStealing: root.dragEnabled
             cursorShape: hoveredIndex >= 0 ? Qt.PointingHandCursor : Qt.ArrowCursor

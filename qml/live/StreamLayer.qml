@@ -7,8 +7,8 @@ import ZorvelClient
 Item {
     id: root
 
-    // After a session the cells still name its cameras, until the next user's list of cameras tells which remain.
-    property bool _awaitsCameras: false
+    // The cells may name cameras of an earlier session, until the user's list of cameras tells which remain.
+    property bool _awaitsCameras: true
 
     signal streamStateChanged(string cameraId, string state)
 

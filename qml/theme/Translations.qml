@@ -72,6 +72,9 @@ FloorPlanTexts {
     readonly property string shortcutToEnd: t("К последней записи", "To the newest footage")
     readonly property string shortcutZoom: t("Приблизить или отдалить шкалу", "Zoom the timeline")
     readonly property string shortcutPan: t("Сдвинуть шкалу", "Move the timeline")
+    readonly property string shortcutSeekMiddle: t(
+        "Воспроизвести с середины шкалы", "Play from the middle of the timeline")
+    readonly property string shortcutLeaveCameras: t("От списка камер к видео", "From the cameras to the video")
     readonly property string shortcutClip: t("Сдвинуть границу фрагмента", "Move a bound of the clip")
 
     property bool _restored: false

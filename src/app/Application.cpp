@@ -43,7 +43,9 @@ void Application::wire()
     connect(&m_statusPollTimer, &QTimer::timeout, &m_apiClient, &ApiClient::fetchCamerasStatus);
     connect(&m_apiClient, &ApiClient::camerasReceived, &m_cameraModel, &CameraListModel::setCameras);
     connect(&m_apiClient, &ApiClient::camerasReceived, &m_apiClient, &ApiClient::fetchCamerasStatus);
+    connect(&m_apiClient, &ApiClient::camerasReceived, this, [this] { m_hasCameraList = true; });
     connect(&m_apiClient, &ApiClient::cameraStatusReceived, &m_cameraModel, &CameraListModel::updateStatuses);
+    connect(&m_apiClient, &ApiClient::cameraStatusReceived, this, &Application::catchUpWithoutCameras);
     connect(&m_wsClient, &WSClient::cameraStatusChanged, &m_cameraModel, &CameraListModel::updateStatus);
     connect(&m_cameraRefetchTimer, &QTimer::timeout, this, &Application::refetchCameras);
     connect(&m_wsClient, &WSClient::cameraAdded, &m_cameraRefetchTimer, start);
@@ -55,6 +57,8 @@ void Application::wire()
     connect(&m_apiClient, &ApiClient::sessionExpired, this, [] { clearCrashUser(); });
     connect(&m_apiClient, &ApiClient::sessionExpired, &m_statusPollTimer, &QTimer::stop);
     connect(&m_apiClient, &ApiClient::authChanged, this, &Application::endSession);
+    connect(&m_apiClient, &ApiClient::signedOut, this, [] { clearCrashUser(); });
+    connect(&m_apiClient, &ApiClient::signedOut, &m_exportModel, &ExportModel::dismiss);
     connect(&m_apiClient, &ApiClient::signedOut, &m_wsClient, &WSClient::disconnect);
     connect(&m_wsClient, &WSClient::connectionChanged, this, &Application::catchUpAfterLoss);
 }
@@ -73,6 +77,7 @@ void Application::publish()
 void Application::startSession()
 {
     setCrashUser(m_apiClient.login(), m_apiClient.serverUrl());
+    m_hasCameraList = false;
     m_apiClient.fetchCameras();
     m_apiClient.fetchFloorPlans();
     m_apiClient.fetchOpenIncidents();
@@ -103,5 +108,11 @@ void Application::catchUpAfterLoss()
     if (!m_wsClient.isConnected())
         m_channelWasLost = true;
     else if (std::exchange(m_channelWasLost, false) && m_apiClient.isAuthenticated())
+        m_cameraRefetchTimer.start();
+}
+
+void Application::catchUpWithoutCameras()
+{
+    if (!m_hasCameraList)
         m_cameraRefetchTimer.start();
 }

@@ -43,6 +43,8 @@ private:
     void refetchCameras();
     // What changed while the event channel was lost was not pushed.
     void catchUpAfterLoss();
+    // The server answers again, but its list of cameras has not arrived since the sign-in.
+    void catchUpWithoutCameras();
 
     ApiClient m_apiClient;
     WSClient m_wsClient;
@@ -53,5 +55,6 @@ private:
     QTimer m_statusPollTimer{this};
     QTimer m_cameraRefetchTimer{this};
     bool m_channelWasLost = false;
+    bool m_hasCameraList = false;
     QQmlApplicationEngine m_engine;
 };

@@ -28,10 +28,10 @@ const QList<Rule> &rules()
     static const auto *list = new QList<Rule>{
         // "scheme://user:password@", the password with or without the characters that had to be escaped.
         // JSON may write its slashes escaped. The lengths bound the time that a long text can take.
-        {pattern(QStringLiteral("(:\\\\?/\\\\?/)(?:[^\\s/?#@:]{0,256}:(?!\\d{1,5}[/?#])[^\\s\"'<>]{0,512}@"
-                                "|[^\\s/?#\"'<>]{0,512}@)")),
+        {pattern(QStringLiteral("(:\\\\?/\\\\?/)(?:[^\\s/?#@:]{0,256}:(?!\\d{1,5}[/?#])[^\\s\"<>]{0,512}@"
+                                "|[^\\s/?#\"<>]{0,512}@)")),
             QStringLiteral("\\1")},
-        {pattern(QStringLiteral("([?&;]%1=)[^&;#\\s\"'<>]+").arg(name)), QStringLiteral("\\1***")},
+        {pattern(QStringLiteral("([?&;/]%1=)[^&;#\\s\"<>]+").arg(name)), QStringLiteral("\\1***")},
         {pattern(QStringLiteral("(\"%1\"\\s*:\\s*\")(?:[^\"\\\\]|\\\\.)+").arg(name)),
             QStringLiteral("\\1***")},
         {pattern(QStringLiteral("(\\bauthorization\"?\\s*[:=]\\s*\"?\\w+\\s+|\\bbearer\\s+)[^\\s\"',]+")),

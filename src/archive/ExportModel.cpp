@@ -114,8 +114,10 @@ void ExportModel::endSession()
         dismiss();
         return;
     }
-    if (m_committing)
+    if (m_committing) {
+        m_sessionEnded = true;
         return;
+    }
     m_retryTimer.stop();
     m_stallTimer.stop();
     if (m_reply) {
@@ -245,7 +247,11 @@ void ExportModel::commit()
     m_committing = true;
     const auto promise = std::make_shared<QPromise<bool>>();
     promise->start();
-    promise->future().then(this, [this](bool saved) { committed(saved); });
+    promise->future().then(this, [this](bool saved) {
+        committed(saved);
+        if (std::exchange(m_sessionEnded, false))
+            dismiss();
+    });
     QThreadPool::globalInstance()->start([promise, file = std::exchange(m_file, nullptr)] {
         promise->addResult(file->commit());
         promise->finish();

@@ -60,7 +60,8 @@ public:
         const QString &cameraId, const QDateTime &from, const QDateTime &to, const QUrl &saveUrl);
     /// Ends the running export with downloadCancelled() and leaves no file.
     Q_INVOKABLE void cancel();
-    /// Fails the running export because nobody is signed in any more, else dismisses the last one.
+    /// Fails the running export because nobody is signed in any more, else dismisses the last one; one that
+    /// is being saved just then is dismissed when it is.
     void endSession();
 
     /// Whether a file is there already that an export to this address would replace.
@@ -113,6 +114,7 @@ private:
     bool m_writeFailed = false;
     bool m_stalled = false;
     bool m_committing = false;
+    bool m_sessionEnded = false;
     QString m_path;
     std::shared_ptr<QSaveFile> m_file;
     qint64 m_windowStartSize = 0;

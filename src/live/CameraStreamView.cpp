@@ -246,7 +246,7 @@ void CameraStreamView::onStreamUrlFailed(
     if (role.isEmpty())
         return;
     m_machine.urlFailed(role);
-    if (m_machine.frontSlot() < 0 && m_machine.pendingSlot() < 0)
+    if (m_machine.pendingSlot() < 0 && !m_machine.isSettled())
         scheduleRecovery();
 }
 

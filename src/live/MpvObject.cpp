@@ -199,7 +199,7 @@ void MpvObject::load()
         return;
     if (m_isNetwork && !m_httpHeaderFields.isEmpty())
         m_mpv->setStringList("http-header-fields", m_httpHeaderFields.toUtf8());
-    m_startSec = m_pendingSeek;
+    m_startSec = m_isNetwork ? m_pendingSeek : -1.0;
     m_contextOfLoad = m_mpv->contextSerial;
     m_framesBeforeLoad = m_mpv->framesAnnounced;
     m_mpv->loadFile(m_source.toUtf8(), fileOptions(), MpvHandle::FirstLoad + m_loadSerial);
@@ -229,7 +229,17 @@ void MpvObject::loadAgain()
     if (m_state == QLatin1String("loading") && m_contextOfLoad == 0)
         load();
     else if (isActive())
+        continuePlaying();
+}
+
+void MpvObject::continuePlaying()
+{
+    if (m_isNetwork && m_state == QLatin1String("playing") && m_position > 0)
+        m_pendingSeek = m_position;
+    if (window())
         play();
+    else
+        forgetLoad();
 }
 
 void MpvObject::fallAsleep()
@@ -379,14 +389,8 @@ void MpvObject::changeWindow()
         m_gatherer->add(this);
     // The picture ends with the window's render context; in the next window it starts over.
     m_mpv->command({"stop"});
-    if (!isActive())
-        return;
-    if (m_isNetwork && m_state == QLatin1String("playing") && m_position > 0)
-        m_pendingSeek = m_position;
-    if (window())
-        play();
-    else
-        forgetLoad();
+    if (isActive())
+        continuePlaying();
 }
 
 void MpvObject::playerReady()

@@ -177,6 +177,8 @@ private:
     void forgetLoad();
     // Loads what should be playing and is not.
     void loadAgain();
+    // Begins what is played anew, a recording where it is; without a window, when there is one.
+    void continuePlaying();
     // Whether the state is "loading" or "playing".
     bool isActive() const;
     void changeWindow();

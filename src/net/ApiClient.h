@@ -78,7 +78,9 @@ public:
     /// An id that no other call of this client gets: "<prefix>-<number>", or the number alone.
     Q_INVOKABLE QString nextRequestId(const QString &prefix = {});
 
-    /// Answers camerasReceived. A list that a later call's answer has overtaken is dropped.
+    // A list of cameras or of statuses that a later call's answer has overtaken is dropped.
+
+    /// Answers camerasReceived.
     Q_INVOKABLE void fetchCameras();
     /// Answers cameraStatusReceived.
     Q_INVOKABLE void fetchCamerasStatus();
@@ -169,6 +171,16 @@ private:
     using OnFailure = std::function<void(const QString &error)>;
     enum class ErrorText { Http, Server };
 
+    // Numbers the calls of one kind.
+    struct CallOrder
+    {
+        quint64 asked = 0;
+        quint64 answered = 0;
+
+        // Whether no later call was answered before this one.
+        bool accepts(quint64 call);
+    };
+
     QUrl endpoint(const QString &path) const;
     void setServerUrl(const QString &serverUrl);
     void setError(const QString &error);
@@ -219,6 +231,6 @@ private:
     QHash<QObject *, OnFailure> m_outstanding;
     quint64 m_session = 0;
     quint64 m_lastRequestId = 0;
-    quint64 m_cameraListsAsked = 0;
-    quint64 m_cameraListReceived = 0;
+    CallOrder m_cameraCalls;
+    CallOrder m_statusCalls;
 };

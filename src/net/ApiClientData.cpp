@@ -78,16 +78,23 @@ QString ApiClient::nextRequestId(const QString &prefix)
     return prefix.isEmpty() ? number : prefix + u'-' + number;
 }
 
+bool ApiClient::CallOrder::accepts(quint64 call)
+{
+    if (call < answered) {
+        return false;
+    }
+    answered = call;
+    return true;
+}
+
 void ApiClient::fetchCameras()
 {
     readList<CameraData>(
         get(QStringLiteral("/client-api/cameras")),
-        [this, serial = ++m_cameraListsAsked](const QList<CameraData> &cameras) {
-            if (serial < m_cameraListReceived) {
-                return;
+        [this, call = ++m_cameraCalls.asked](const QList<CameraData> &cameras) {
+            if (m_cameraCalls.accepts(call)) {
+                emit camerasReceived(cameras);
             }
-            m_cameraListReceived = serial;
-            emit camerasReceived(cameras);
         },
         [](const QString &error) { logFailure("fetchCameras", error); });
 }
@@ -96,13 +103,16 @@ void ApiClient::fetchCamerasStatus()
 {
     readAnswer(
         get(QStringLiteral("/client-api/cameras/status")),
-        [this](const QByteArray &body) {
+        [this, call = ++m_statusCalls.asked](const QByteArray &body) {
             const auto array = Json::array(body);
             if (!array) {
                 qCWarning(lcStatus).noquote()
                     << "fetchCamerasStatus: response is not a JSON array:"
                     << redactUrl(QString::fromUtf8(body.first(std::min(body.size(), 2 * longestLoggedBody))))
                            .left(longestLoggedBody);
+                return;
+            }
+            if (!m_statusCalls.accepts(call)) {
                 return;
             }
             const auto statuses = recordsOf<CameraStatusData>(*array);
@@ -329,8 +339,10 @@ void ApiClient::savePreferences(const QString &json)
 
 QString ApiClient::segmentFileUrl(qint64 segmentId, const QString &nodeId) const
 {
-    const QString file
-        = QStringLiteral("%1/client-api/segments/%2/file").arg(m_serverUrl, QString::number(segmentId));
+    // The video item knows its sources by their scheme in lower case.
+    const QString scheme = QUrl(m_serverUrl).scheme();
+    const QString file = QStringLiteral("%1%2/client-api/segments/%3/file")
+                             .arg(scheme, m_serverUrl.mid(scheme.size()), QString::number(segmentId));
     return nodeId.isEmpty() ? file : file + QStringLiteral("?node=") + Requests::encoded(nodeId);
 }
 

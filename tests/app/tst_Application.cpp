@@ -62,6 +62,8 @@ private slots:
         m_server->on(statusRoute, R"([{"camera_id": "c2", "state": "offline"}])");
         QTRY_COMPARE(m_application->cameraModel().cameraStateById("c2"), "offline");
         QCOMPARE(count(camerasRoute), 1);
+        m_application->apiClient().doLogout();
+        QVERIFY(m_crashRecord.take().contains("no user"));
     }
 
     void statusesAreLoggedWithoutSecrets()
@@ -110,6 +112,17 @@ private slots:
         QTest::qWait(400);
         QCOMPARE(count(camerasRoute), lists);
         QCOMPARE(count(statusRoute), polls);
+    }
+
+    void cameraListThatFailedAtFirst()
+    {
+        m_server->on(camerasRoute, {.status = 503});
+        answerSignIn("first");
+        m_application->apiClient().doLogin(m_server->url(), "olga", "secret");
+        QTRY_COMPARE(count(camerasRoute), 1);
+        m_server->on(camerasRoute, R"([{"id": "c2"}])");
+        m_application->apiClient().fetchCamerasStatus();
+        QTRY_COMPARE(m_application->cameraModel().cameraStateById("c2"), "recording");
     }
 
     void reconnectUsesTheCurrentToken()

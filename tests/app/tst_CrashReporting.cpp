@@ -147,6 +147,9 @@ private slots:
         row("several, upper case", "a://u:1@x, RTSP://U:P@H/", "a://x, RTSP://H/");
         row("query", "http://h/x?user=joe&password=geheim&channel=2&access_token=abc#top",
             "http://h/x?user=***&password=***&channel=2&access_token=***#top");
+        row("apostrophe", "rtsp://admin:it's@h/x rtsp://it's@h http://h/?password=it's&x=1",
+            "rtsp://h/x rtsp://h http://h/?password=***&x=1");
+        row("no question mark", "rtsp://h/user=admin_password=abc_stream=0.sdp x", "rtsp://h/user=*** x");
         row("bearer", "header Authorization: Bearer abc.def-1", "header Authorization: Bearer ***");
         row("basic", "Authorization: Basic YTpi", "Authorization: Basic ***");
         row("json", "{\"access_token\": \"a\\\"b\", \"password\":\"x\", \"state\":\"ok\"}",

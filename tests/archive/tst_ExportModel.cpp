@@ -191,6 +191,23 @@ private slots:
         QCOMPARE(leftovers().isEmpty(), m_rig->cancelled.count() == 1);
     }
 
+    void sessionEnds()
+    {
+        begin(windowMs, {{500}});
+        QTRY_VERIFY(timer("retryTimer")->isActive());
+        m_rig->model.endSession();
+        QCOMPARE(m_rig->model.error(), "The session ended before the export was complete");
+        QCOMPARE(leftovers(), QStringList());
+
+        // While it is being saved.
+        begin(windowMs, {{200, content(0)}});
+        connect(&m_rig->model, &ExportModel::progressChanged, &m_rig->model, &ExportModel::endSession,
+            Qt::QueuedConnection);
+        QTRY_VERIFY(!m_rig->model.downloading());
+        QCOMPARE(m_rig->model.savedPath() + m_rig->model.error(), "");
+        QVERIFY(saved() == content(0));
+    }
+
     void suggestsFileNames()
     {
         const QDateTime from({2024, 5, 3}, {14, 5});

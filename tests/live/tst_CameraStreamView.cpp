@@ -140,6 +140,17 @@ private slots:
         QCOMPARE(logged("auto-recover in").last().section(" in ", 1), "1000ms");
     }
 
+    void refusedSwitchIsTriedAgain()
+    {
+        play();
+        m_server->otherwise([](const auto &) { return ScriptedServer::Answer{.status = 503}; });
+        m_view->setPreferMain(true);
+        QTRY_VERIFY(m_view->findChild<QTimer *>("recoverTimer")->isActive());
+        QCOMPARE(m_view->displayState(), "playing");
+        m_server->otherwise([](const auto &) { return ScriptedServer::streamAt(mainUrl); });
+        QTRY_COMPARE(player(1).source(), mainUrl);
+    }
+
     void anotherCameraStartsAfresh()
     {
         play();

@@ -332,6 +332,27 @@ private slots:
         QTRY_COMPARE_WITH_TIMEOUT(second.watchers(), 0, patienceMs);
     }
 
+    void recordingsStartWhereTheyWere()
+    {
+        m_player->setPaused(true);
+        m_player->setSourceAndSeek(m_recorder->url() + "/segment.mp4", 30.0);
+        QTRY_VERIFY_WITH_TIMEOUT(m_player->hasVideo(), patienceMs);
+        QTRY_VERIFY(m_player->position() > 28);
+        m_window->setPersistentGraphics(false);
+        m_window->setPersistentSceneGraph(false);
+        const Diary diary(m_player.get());
+        m_window->hide();
+        m_window->show();
+        QTRY_COMPARE_WITH_TIMEOUT(diary.text(), "loading, no video, playing, video, first frame", patienceMs);
+        QVERIFY(m_player->position() > 28);
+
+        // A file that is not sent over the network.
+        m_player->setPaused(false);
+        m_player->setSourceAndSeek(ZORVEL_TEST_FILE, 59.0);
+        QTRY_VERIFY_WITH_TIMEOUT(diary.text().endsWith("idle, ended"), patienceMs);
+        QVERIFY2(m_player->framesDelivered() < 40, qPrintable(QString::number(m_player->framesDelivered())));
+    }
+
     void closingManyBlocksNothing()
     {
         auto players = playingWall(16);

@@ -263,21 +263,31 @@ private slots:
         QCOMPARE(m_signals->lines.filter("timeline").size(), 1);
     }
 
-    void overtakenCameraList()
+    void overtakenLists()
     {
-        int asked = 0;
-        m_server->otherwise([&asked](const auto &) {
-            return ++asked == 1 ? ScriptedServer::Answer{.body = R"([{"id":"old"}])", .held = true}
-                                : ScriptedServer::Answer{.body = R"([{"id":"new"}])"};
-        });
-        m_client->fetchCameras();
-        QTRY_COMPARE(asked, 1);
-        m_client->fetchCameras();
-        QTRY_COMPARE(m_signals->lines.size(), 1);
-        QVERIFY(m_signals->take().value(0).contains("new"));
-        m_server->release();
-        QTRY_VERIFY(!m_client->findChild<QNetworkReply *>());
-        QCOMPARE(m_signals->lines, QStringList());
+        for (const char *name : {"cameras", "status"}) {
+            int asked = 0;
+            m_server->otherwise([&asked](const auto &) {
+                return ++asked == 1
+                    ? ScriptedServer::Answer{.body = R"([{"id":"old","camera_id":"old"}])", .held = true}
+                    : ScriptedServer::Answer{.body = R"([{"id":"new","camera_id":"new"}])"};
+            });
+            calls[name].make(*m_client);
+            QTRY_COMPARE(asked, 1);
+            calls[name].make(*m_client);
+            QTRY_COMPARE(m_signals->lines.size(), 1);
+            QVERIFY(m_signals->take().value(0).contains("new"));
+            m_server->release();
+            QTRY_VERIFY(!m_client->findChild<QNetworkReply *>());
+            QCOMPARE(m_signals->lines, QStringList());
+        }
+    }
+
+    void addressOfARecordedFile()
+    {
+        m_client->checkStatus("HTTP://Host:8090/");
+        QCOMPARE(
+            m_client->segmentFileUrl(7, "n 1"), "http://Host:8090/client-api/segments/7/file?node=n%201");
     }
 
 private:

@@ -109,6 +109,9 @@ TestCase {
         keyClick(Qt.Key_Minus)
         keyClick(Qt.Key_Right, Qt.ShiftModifier)
         compare(view(), [hour, 11 * hour])
+        const seeks = spy("seekRequested")
+        keyClick(Qt.Key_Return)
+        compare(seeks.signalArguments.map(seek => seek[0] - noon), [6 * hour])
 
         timeline.selectionMode = true
         timeline.selectionStart = noon + 3 * hour
@@ -117,6 +120,8 @@ TestCase {
         findChild(timeline, "clipEnd").forceActiveFocus()
         keyClick(Qt.Key_Left)
         keyClick(Qt.Key_Right, Qt.ShiftModifier)
+        keyClick(Qt.Key_Return)
+        compare(seeks.count, 1, "of the timeline alone")
         compare(changes.signalArguments.map(bounds => bounds[1] - noon - 5 * hour), [-1000, 10000])
     }
 }

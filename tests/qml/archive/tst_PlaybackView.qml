@@ -132,7 +132,9 @@ TestCase {
         press("exportButton")
         compare([page.exportStart - latest, page.exportEnd - latest], data.bounds)
         verify(timeline.selectionMode)
+        verify(page.exportStart >= timeline.viewStart && page.exportStart <= timeline.viewEnd)
         tick("cam2")
+        page.toggleExportMode()
         verify(!page.exportMode, "of one camera only")
         verify(!findChild(page, "exportButton").visible)
         tick("cam2")
@@ -141,10 +143,13 @@ TestCase {
 
     function test_space_plays_and_pauses_after_the_mouse_was_elsewhere() {
         playSingle("cam1")
-        const button = findChild(page, "speedButton")
-        mouseClick(button)
-        findChild(button, "speedMenu").itemAt(3).triggered()
         keyClick(Qt.Key_Escape)
+        press("speedButton")
+        const menu = findChild(findChild(page, "speedButton"), "speedMenu")
+        tryCompare(menu, "opened", true)
+        for (const key of [Qt.Key_Down, Qt.Key_Down, Qt.Key_Return])
+            keyClick(key)
+        tryCompare(menu, "visible", false)
         keyClick(Qt.Key_Space)
         compare([page.player.state, page.player.speed], ["paused", 4])
 
@@ -186,6 +191,10 @@ TestCase {
         compare(page.selectedCameras, ["cam1", "cam3"])
         compare(cell("cam2"), null)
         compare(findChild(cell("cam3"), "cellPlayer"), third, "cells that stay are not made anew")
+        cameraFeed.list(0)
+        compare(page.selectedCameras.length, 2)
+        cameraFeed.list(2)
+        compare(page.selectedCameras, ["cam1"], "a camera that is gone")
     }
 
     function test_cell_messages_and_pausing() {

@@ -129,9 +129,12 @@ TestCase {
 
     function test_empty_list_prunes_nothing() {
         cameraFeed.list(0)
+        grid = createTemporaryObject(gridComponent, testCase)
         grid.restore({ "2x2": ["cam1", "gone", "", "cam2"] }, "2x2")
         compare(grid.slots, ["cam1", "gone", "", "cam2"])
         compare([cell(0).known, cell(0).occupied], [false, false])
+        wait(0)
+        compare(Object.keys(views()), [], "no streams of who knows whose cameras")
         grid.maximizedSlot = 0
         mouseClick(findChild(cell(0), "cellRestoreButton"))
         compare(grid.maximizedSlot, -1)

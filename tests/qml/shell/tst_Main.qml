@@ -109,6 +109,9 @@ TestCase {
         keyClick(Qt.Key_Down)
         keyClick(Qt.Key_Return)
         compare(main.currentPage, "playback")
+        findChild(page(), "cameraSearchField").forceActiveFocus(Qt.MouseFocusReason)
+        keyClick(Qt.Key_1, Qt.ControlModifier)
+        verify(main.activeFocusItem.visualFocus)
     }
 
     function test_settings_by_keyboard() {
