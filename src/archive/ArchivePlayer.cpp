@@ -121,7 +121,7 @@ void ArchivePlayer::startFrom(const QString &cameraId, qint64 timestampMs)
     m_firstFrameTimer.start();
     m_awaitingFirstFrame = true;
     m_metadataMs = -1;
-    m_requestId = QString::number(++m_requestCounter);
+    m_requestId = m_apiClient->nextRequestId();
     logInfo(QStringLiteral("startFrom cam=%1 ts=%2").arg(cameraId, Instants::logText(timestampMs)));
     setState(loading);
     m_fetchingFirst = true;

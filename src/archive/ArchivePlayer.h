@@ -128,7 +128,6 @@ private:
     qint64 m_lastShowAtMs = 0;
     bool m_jumped = false;
     ClockFollower m_clock;
-    qint32 m_requestCounter = 0;
     QString m_requestId;
     QElapsedTimer m_firstFrameTimer;
     QElapsedTimer m_fetchFailed;

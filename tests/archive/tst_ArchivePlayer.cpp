@@ -233,6 +233,12 @@ private slots:
         QCOMPARE(m_player->state(), "idle");
         QCOMPARE(m_player->currentTime(), 0);
         QVERIFY(m_player->loadedCameraId().isEmpty());
+
+        ArchivePlayer successor;
+        successor.init(m_client.get());
+        successor.startFrom(camera, base);
+        emit m_client->segmentsReceived(camera, {}, "1");
+        QCOMPARE(successor.state(), "loading");
     }
 
     void knowsWhereNothingWasRecorded()
