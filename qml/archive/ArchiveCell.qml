@@ -84,6 +84,12 @@ Rectangle {
         function onSpansChanged() {
             root.refreshCoverage()
         }
+
+        // Where nothing was there may be footage now.
+        function onRangeChanged() {
+            if (!root._charted)
+                root.refreshCoverage()
+        }
     }
     ArchivePlayer {
         id: archive

@@ -44,7 +44,7 @@ Grid {
             width: (root.width - (root.columns - 1) * root.spacing) / root.columns
             height: (root.height - (root._rows - 1) * root.spacing) / root._rows
             cameraId: model.cameraId
-            cameraName: cameraModel.cameraNameById(model.cameraId)
+            cameraName: cameraModel.count > 0 ? cameraModel.cameraNameById(model.cameraId) : ""
             targetTime: root.targetTime
             isPlaying: root.isPlaying
             playbackSpeed: root.playbackSpeed

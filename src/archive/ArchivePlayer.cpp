@@ -100,7 +100,7 @@ void ArchivePlayer::passToken()
 void ArchivePlayer::setCoverage(const QVariantList &spans)
 {
     m_coverage = SpanIndex::fromVariantList(spans);
-    m_emptyResult = false;
+    m_emptyToMs = 0;
 }
 
 void ArchivePlayer::startFrom(const QString &cameraId, qint64 timestampMs)
@@ -113,7 +113,7 @@ void ArchivePlayer::startFrom(const QString &cameraId, qint64 timestampMs)
     m_cameraId = cameraId;
     m_exhausted = false;
     m_pendingSeekMs = timestampMs;
-    m_emptyResult = false;
+    m_emptyToMs = 0;
     m_lastShowAtMs = timestampMs;
     m_jumped = false;
     m_fetchFailed.invalidate();
@@ -121,7 +121,7 @@ void ArchivePlayer::startFrom(const QString &cameraId, qint64 timestampMs)
     m_firstFrameTimer.start();
     m_awaitingFirstFrame = true;
     m_metadataMs = -1;
-    m_requestId = QString::number(++m_requestCounter);
+    m_requestId = m_apiClient->nextRequestId();
     logInfo(QStringLiteral("startFrom cam=%1 ts=%2").arg(cameraId, Instants::logText(timestampMs)));
     setState(loading);
     m_fetchingFirst = true;
@@ -160,16 +160,7 @@ void ArchivePlayer::showAt(qint64 timestampMs)
     if (m_cameraId.isEmpty() || timestampMs <= 0)
         return;
     if (!isCovered(timestampMs)) {
-        setCurrentTime(timestampMs);
-        if (m_state != noFootage) {
-            m_fetchingFirst = false;
-            m_currentIndex = -1;
-            m_pendingIndex = -1;
-            m_pendingSeekMs = -1;
-            if (m_player)
-                m_player->setPaused(true);
-            setState(noFootage);
-        }
+        showNothingAt(timestampMs);
         return;
     }
     // A jump that could not be followed at once, as a file was loading or the server failing, is not lost.
@@ -183,7 +174,9 @@ void ArchivePlayer::showAt(qint64 timestampMs)
 
     const int index = m_segments.covering(timestampMs);
     if (index < 0) {
-        if (!m_emptyResult && !failedLately())
+        if (isKnownEmpty(timestampMs))
+            showNothingAt(timestampMs);
+        else if (!failedLately())
             startFrom(m_cameraId, timestampMs);
         return;
     }
@@ -202,6 +195,20 @@ void ArchivePlayer::showAt(qint64 timestampMs)
     m_pendingIndex = -1;
     setState(loading);
     playSegment(index, true);
+}
+
+void ArchivePlayer::showNothingAt(qint64 timestampMs)
+{
+    setCurrentTime(timestampMs);
+    if (m_state == noFootage)
+        return;
+    m_fetchingFirst = false;
+    m_currentIndex = -1;
+    m_pendingIndex = -1;
+    m_pendingSeekMs = -1;
+    if (m_player)
+        m_player->setPaused(true);
+    setState(noFootage);
 }
 
 void ArchivePlayer::pause()
@@ -362,6 +369,8 @@ void ArchivePlayer::playAfter(int index)
             QStringLiteral("sync: segment idx=%1 ended into a %2ms gap → no_footage").arg(index).arg(gap));
         if (m_player)
             m_player->setPaused(true);
+        m_emptyFromMs = m_segments.at(index).endMs;
+        m_emptyToMs = m_segments.at(index + 1).startMs;
         setState(noFootage);
         return;
     } else {

@@ -93,9 +93,11 @@ private:
     void playSegment(int index, bool showLoading);
     bool fetchMore();
     void followClock();
+    void showNothingAt(qint64 timestampMs);
     void applyRate(double rate);
     bool failedLately() const { return m_fetchFailed.isValid() && !m_fetchFailed.hasExpired(failurePauseMs); }
     bool isCovered(qint64 ms) const;
+    bool isKnownEmpty(qint64 ms) const { return m_emptyFromMs <= ms && ms < m_emptyToMs; }
     bool isAwaited(const QString &cameraId, const QString &requestId) const;
     void setState(const QString &state);
     void setCurrentTime(qint64 ms);
@@ -119,12 +121,13 @@ private:
     bool m_fetchingMore = false;
     bool m_exhausted = false;
     qint64 m_pendingSeekMs = -1;
-    bool m_emptyResult = false;
+    // Where the server is known to have nothing: [from, to).
+    qint64 m_emptyFromMs = 0;
+    qint64 m_emptyToMs = 0;
     SpanIndex m_coverage;
     qint64 m_lastShowAtMs = 0;
     bool m_jumped = false;
     ClockFollower m_clock;
-    qint32 m_requestCounter = 0;
     QString m_requestId;
     QElapsedTimer m_firstFrameTimer;
     QElapsedTimer m_fetchFailed;

@@ -4,6 +4,8 @@
 #include "archive/Instants.h"
 #include "net/ApiClient.h"
 
+#include <limits>
+
 using namespace ArchivePlayerTerms;
 
 namespace {
@@ -32,8 +34,9 @@ void ArchivePlayer::onSegmentsReceived(
                 .arg(segments.size())
                 .arg(m_segments.size())
                 .arg(appending ? QStringLiteral("yes") : QStringLiteral("no")));
-    m_emptyResult = m_segments.isEmpty();
-    if (m_emptyResult) {
+    if (m_segments.isEmpty()) {
+        m_emptyFromMs = m_pendingSeekMs;
+        m_emptyToMs = std::numeric_limits<qint64>::max();
         const QString next = m_synchronized ? noFootage : ended;
         logWarning(QStringLiteral("no segments for cam=%1 → %2 (no recording here?)").arg(cameraId, next));
         setState(next);
@@ -76,14 +79,18 @@ void ArchivePlayer::playFromTarget()
 {
     const qint64 target = m_pendingSeekMs;
     m_pendingIndex = -1;
+    int index = m_segments.begunBy(target);
     if (m_synchronized && m_segments.covering(target) < 0) {
         logInfo(QStringLiteral("sync: ts=%1 not covered by any segment → no_footage")
                     .arg(Instants::logText(target)));
+        if (m_segments.at(index).startMs <= target)
+            ++index;
+        m_emptyFromMs = target;
+        m_emptyToMs = m_segments.holds(index) ? m_segments.at(index).startMs : target;
         m_pendingSeekMs = -1;
         setState(noFootage);
         return;
     }
-    int index = m_segments.begunBy(target);
     if (target > m_segments.at(index).endMs + gapMs && index + 1 < m_segments.size()) {
         ++index;
         logInfo(QStringLiteral("target ts=%1 in a gap → skip to next segment idx=%2")

@@ -130,6 +130,8 @@ void ExportModel::endSession()
 
 void ExportModel::dismiss()
 {
+    if (m_downloading)
+        return;
     setError({});
     setSavedPath({});
     setPartial(false);

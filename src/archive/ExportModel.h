@@ -51,14 +51,15 @@ public:
     Q_INVOKABLE void setError(const QString &error);
     /// Where the last export was saved, until the next one begins or it is dismissed.
     QString savedPath() const { return m_savedPath; }
-    /// Forgets how the last export ended: its error, its file, what it lacks.
+    /// Forgets how the last export ended: its error, its file, what it lacks. Nothing happens while one runs.
     Q_INVOKABLE void dismiss();
 
     /// Starts the export of [from, to) into the local file `saveUrl`. Ignored while one runs and for an empty
     /// span; emits downloadFailed() at once when the file cannot be written.
     Q_INVOKABLE void exportDirect(
         const QString &cameraId, const QDateTime &from, const QDateTime &to, const QUrl &saveUrl);
-    /// Ends the running export with downloadCancelled() and leaves no file.
+    /// Ends the running export with downloadCancelled() and leaves no file. Once the file is being saved it
+    /// is too late, and the export ends as it would have.
     Q_INVOKABLE void cancel();
     /// Fails the running export because nobody is signed in any more, else dismisses the last one; one that
     /// is being saved just then is dismissed when it is.

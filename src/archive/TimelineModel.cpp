@@ -113,7 +113,19 @@ void TimelineModel::refresh()
     } else if (m_loadedTo >= m_latest) {
         const qint64 now = QDateTime::currentMSecsSinceEpoch();
         request(m_loadedTo > m_loadedFrom ? m_loadedFrom : now - firstRangeMs, std::max(m_loadedTo, now));
+    } else {
+        requestGrowth();
     }
+}
+
+void TimelineModel::requestGrowth()
+{
+    const qint64 now = QDateTime::currentMSecsSinceEpoch();
+    if (now <= m_latest)
+        return;
+    m_growthId = QString::number(++m_requestCounter);
+    m_apiClient->fetchBatchTimeline(
+        m_cameraIds, Instants::toDateTime(m_latest), Instants::toDateTime(now), m_growthId);
 }
 
 void TimelineModel::clear()
@@ -130,6 +142,7 @@ void TimelineModel::clear()
     m_loadedFrom = m_loadedTo = 0;
     m_requestedFrom = m_requestedTo = 0;
     m_requestId.clear();
+    m_growthId.clear();
     m_refreshing = false;
     const bool wasLoading = std::exchange(m_loading, false);
     emit cameraIdChanged();
@@ -268,7 +281,8 @@ void TimelineModel::onTimelineFailed(const QString &cameraId, const QString &err
 void TimelineModel::onBatchTimelineReceived(
     const QVariantMap &perCamera, const QVariantList &merged, const QString &requestId)
 {
-    if (!m_batch || !isCurrent(requestId))
+    const bool isGrowth = !requestId.isEmpty() && requestId == m_growthId;
+    if (!m_batch || !(isGrowth || isCurrent(requestId)))
         return;
     const QStringList answered = perCamera.keys();
     if (QSet<QString>(answered.begin(), answered.end())
@@ -280,20 +294,24 @@ void TimelineModel::onBatchTimelineReceived(
     }
     qCInfo(lcPlayback).noquote()
         << QStringLiteral("batch timeline cams=%1 mergedSpans=%2").arg(perCamera.size()).arg(merged.size());
+    if (isGrowth) {
+        widenRange(SpanIndex::spansOf(merged));
+        return;
+    }
     setSpans(SpanIndex::spansOf(merged), merged, perCamera);
     m_loadedFrom = m_requestedFrom;
     m_loadedTo = m_requestedTo;
-    widenRange();
+    widenRange(m_received);
     emit spansChanged();
     setLoading(false);
 }
 
-void TimelineModel::widenRange()
+void TimelineModel::widenRange(const std::vector<SpanIndex::Span> &spans)
 {
     qint64 earliest = m_earliest;
     qint64 latest = m_latest;
     bool hasData = m_hasData;
-    for (const SpanIndex::Span &span : m_received) {
+    for (const SpanIndex::Span &span : spans) {
         const qint64 start = Instants::bounded(span.first);
         const qint64 end = Instants::bounded(span.second);
         if (start > end)

@@ -109,7 +109,8 @@ private:
     void setRange(const RecordingRangeData &range);
     void setSpans(
         std::vector<SpanIndex::Span> spans, const QVariantList &maps = {}, const QVariantMap &perCamera = {});
-    void widenRange();
+    void requestGrowth();
+    void widenRange(const std::vector<SpanIndex::Span> &spans);
     void setLoading(bool loading);
     bool isCurrent(const QString &requestId) const;
 
@@ -139,4 +140,6 @@ private:
     qint64 m_requestedTo = 0;
     qint32 m_requestCounter = 0;
     QString m_requestId;
+    // Of the last question in batch mode for what was recorded after `m_latest`.
+    QString m_growthId;
 };

@@ -238,6 +238,9 @@ void ApiClient::fetchBatchTimeline(
                     QVariantMap perCamera;
                     const QJsonObject spans = ofCameras.toObject();
                     for (auto camera = spans.begin(); camera != spans.end(); ++camera) {
+                        if (!camera->isArray() && !isMissing(*camera)) {
+                            return [fail] { fail(invalidResponse); };
+                        }
                         perCamera.insert(camera.key(), spanMapsOf(camera->toArray()));
                     }
                     return [this, requestId, perCamera, spans = spanMapsOf(merged.toArray())] {

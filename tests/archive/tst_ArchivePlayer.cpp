@@ -87,6 +87,9 @@ private slots:
         row("over a long gap", "0-10 12.001-30", "start 0, page, end", "playing 2+0.0 @12.001 asks 2");
         row("into a long gap, in step", "0-10 12.001-30", "sync, start 0, page, end",
             "no_footage 1+0.0 @0 asks 2 still");
+        row("back before a long gap and into it again", gap,
+            "sync, start 0, page, end, at 5, frame, at 15, at 15.2, rest",
+            "no_footage 1+5.0 @15.2 asks 2 still");
 
         const char *const two = "0-10 10-20";
         row("nothing follows", two, "start 0, page, end, page, move, rest", "playing 2+0.0 @10 asks 3");
@@ -119,7 +122,12 @@ private slots:
             "playing 2+1.0 @95 asks 3");
         row("clock goes back from a gap", "0-10 60-70", "sync, start 8.5, page, end, at 9.8, at 7",
             "loading 1+7.0 @7 asks 2");
-        row("clock where nothing is", "", "sync, start 0, at 5, at 50, rest", "no_footage 0 @0 asks 1");
+        row("clock where nothing is", "", "sync, start 0, at 5, at 50, rest", "no_footage 0 @50 asks 1");
+        row("clock comes back from after it all", "0-10", "sync, start 90, at 5", "loading 1+5.0 @5 asks 2");
+        row("clock runs through a gap", gap, "sync, start 15, at 15.2, at 15.4, at 19.9, rest",
+            "no_footage 0 @19.9 asks 1");
+        row("clock comes out of a gap", gap, "sync, start 15, at 15.2, at 20.1",
+            "loading 2+0.1 @20.1 asks 1");
         row("clock where something may be now", "", "sync, start 0, at 5, forget, at 60",
             "no_footage 0 @60 asks 2");
 
@@ -225,6 +233,12 @@ private slots:
         QCOMPARE(m_player->state(), "idle");
         QCOMPARE(m_player->currentTime(), 0);
         QVERIFY(m_player->loadedCameraId().isEmpty());
+
+        ArchivePlayer successor;
+        successor.init(m_client.get());
+        successor.startFrom(camera, base);
+        emit m_client->segmentsReceived(camera, {}, "1");
+        QCOMPARE(successor.state(), "loading");
     }
 
     void knowsWhereNothingWasRecorded()

@@ -183,12 +183,13 @@ private slots:
 
     void cancelledWhileSaving()
     {
-        begin(windowMs, {{200, content(0)}});
-        connect(&m_rig->model, &ExportModel::progressChanged, &m_rig->model, &ExportModel::cancel,
-            Qt::QueuedConnection);
+        begin(windowMs, {partial({200, content(0)})});
+        for (const auto step : {&ExportModel::cancel, &ExportModel::dismiss})
+            connect(&m_rig->model, &ExportModel::progressChanged, &m_rig->model, step, Qt::QueuedConnection);
         QTRY_VERIFY(!m_rig->model.downloading());
         QCOMPARE(m_rig->cancelled.count() + m_rig->finished.count(), 1);
         QCOMPARE(leftovers().isEmpty(), m_rig->cancelled.count() == 1);
+        QVERIFY(m_rig->model.partial());
     }
 
     void sessionEnds()

@@ -183,6 +183,27 @@ private slots:
         QVERIFY(m_model->hasData());
     }
 
+    void batchFollowsTheRecordingFromAfar()
+    {
+        const auto recordedTo = [this](qint64 latest) {
+            m_spans = QStringLiteral(R"({"per_camera":{"a":[]},"merged":[{"start":9,"end":%1}]})")
+                          .arg(latest)
+                          .toLatin1();
+        };
+        recordedTo(5000);
+        m_model->loadBatchTimeline({"a"});
+        QTRY_COMPARE(m_model->latest(), 5000);
+        m_model->loadRange(1000, 2000);
+        QTRY_COMPARE(m_model->loadedTo(), 3000);
+        QSignalSpy spansChanged(m_model.get(), &TimelineModel::spansChanged);
+        recordedTo(9000);
+        m_model->refresh();
+        QTRY_COMPARE(m_model->latest(), 9000);
+        QVERIFY(m_server->requests().last().body.contains(R"("from":"1970-01-01T00:00:05.000Z")"));
+        QCOMPARE(m_model->loadedTo(), 3000);
+        QCOMPARE(spansChanged.count(), 0);
+    }
+
     void batchTellsWhereNothingIs()
     {
         const QVariantMap perCamera{{"a", QVariantList{span(50, 60)}}, {"b", QVariantList{span(20, 40)}}};

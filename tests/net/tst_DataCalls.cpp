@@ -213,8 +213,10 @@ private slots:
             {"id":3,"start_time":2,"end_time":1},{"id":4,"start_time":1,"end_time":null}])",
             "segmentsReceived|ID|[]|7|x");
         row("batch",
-            R"({"per_camera":{"a":[{"start":1,"end":2}],"b":[],"c":7},"merged":[{"start":1,"end":2}]})",
+            R"({"per_camera":{"a":[{"start":1,"end":2}],"b":[],"c":null},"merged":[{"start":1,"end":2}]})",
             R"(batchTimelineReceived|{"a":[{"end":2,"start":1}],"b":[],"c":[]}|[{"end":2,"start":1}]|7|x)");
+        row("batch with a number for spans", R"({"per_camera":{"a":[],"b":7},"merged":[]})",
+            "batchTimelineFailed|invalid response|7|x");
         row("batch of arrays", R"({"per_camera":[],"merged":[]})",
             "batchTimelineFailed|invalid response|7|x");
     }

@@ -19,13 +19,14 @@ public:
     {
     }
 
-    // Lists "cam1" to "cam<count>", named "Camera 1" and so on; every even one has a sub stream.
-    Q_INVOKABLE void list(int count)
+    // Lists "cam1" to "cam<count>", named "Camera 1" and so on or by another word; every even one has a sub
+    // stream.
+    Q_INVOKABLE void list(int count, const QString &word = QStringLiteral("Camera"))
     {
         QList<CameraData> cameras(count);
         for (int i = 0; i < count; ++i) {
             cameras[i].id = QStringLiteral("cam%1").arg(i + 1);
-            cameras[i].name = QStringLiteral("Camera %1").arg(i + 1);
+            cameras[i].name = QStringLiteral("%1 %2").arg(word).arg(i + 1);
             cameras[i].hasSubStream = i % 2 == 1;
         }
         m_cameras->setCameras(cameras);

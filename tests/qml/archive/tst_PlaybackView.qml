@@ -187,6 +187,8 @@ TestCase {
         compare(starts(third), [["cam3", latest - hour]])
         page.gridPlayheadTime += 100
         compare(third.calls.pop(), ["showAt", latest - hour + 100])
+        cameraFeed.list(6, "Door")
+        compare(cell("cam3").cameraName, "Door 3")
         mouseClick(findChild(cell("cam2"), "cellCloseButton"))
         compare(page.selectedCameras, ["cam1", "cam3"])
         compare(cell("cam2"), null)
