@@ -108,8 +108,10 @@ void ArchivePlayer::startFrom(const QString &cameraId, qint64 timestampMs)
     if (!m_apiClient)
         return;
     forgetSegments();
-    if (m_player)
+    if (m_player) {
         m_player->stop();
+        m_player->prepare();
+    }
     m_cameraId = cameraId;
     m_exhausted = false;
     m_pendingSeekMs = timestampMs;

@@ -155,6 +155,8 @@ bool MpvObject::awaitsFirstFrame() const
 
 void MpvObject::prepare()
 {
+    if (m_isNetwork && m_gatherer)
+        m_gatherer->expectFrame(this);
     if (m_failed || m_preparing || m_mpv->renderReady)
         return;
     m_preparing = true;

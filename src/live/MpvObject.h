@@ -75,7 +75,8 @@ public:
     // New video frames that the player delivered since play() or stop().
     quint64 framesDelivered() const;
 
-    // Something will be played soon: the player and its render context are made meanwhile.
+    // Something will be played soon: the player and its render context are made meanwhile, and after a
+    // recording the window is not redrawn for a moment, so that the next picture finds the processor free.
     void prepare();
     // Loads the source from its start.
     Q_INVOKABLE void play();

@@ -20,7 +20,7 @@ class QQuickWindow;
 // a tick as long as one frame of the fastest stream. The next redraw is not asked for before the last one is
 // done, so that the GUI thread does not wait for the render thread.
 //
-// While a recorded file or the window's only stream is being opened the window is not redrawn for a moment,
+// While a recorded file is looked up or opened, or the window's only stream, the window is not redrawn for a moment,
 // so that the new picture and what changes around it are drawn in one go; drawing twice would also keep the
 // first frame waiting.
 //
@@ -55,7 +55,7 @@ public:
     void noteDrawn(MpvObject *item, double position);
     void forgetDrawn(const MpvObject *item);
 
-    // An item opens a file and will soon have its first frame.
+    // An item opens a file, or soon will, and will then have its first frame.
     void expectFrame(MpvObject *item);
 
     // A stream is being opened. If it is the only one, the window is not redrawn for a moment either.
