@@ -30,17 +30,26 @@ class LiveGrid:
         """Shows the preset with these cameras, all in one step as saved arrangements are."""
         self._call("restore", {preset: cameras}, preset)
 
-    def assign(self, slot, camera):
-        self._call("assignSlotExclusive", slot, camera)
+    def open(self, slot, camera):
+        """Shows a camera in a slot; returns how long, in seconds, it took from there to its first frame.
 
-    def clear(self, slot):
+        The client logs both moments: what it takes to ask it for them does not count.
+        """
+        begin = f"opens {camera}"
+        self.probe.evaluate(f"(console.info('{begin}'), assignSlotExclusive({slot}, '{camera}'))", type="VideoGrid")
+        shown = wait_until(lambda: self.client.log_times(f"{camera} is playing"), 20, f"the picture of {camera}")
+        return shown[0][0] - self.client.log_times(begin)[0][0]
+
+    def end_streams(self, slot):
+        """Clears a slot and ends its stream, which would be kept for minutes otherwise, decoding on."""
         self._call("clearSlot", slot)
+        self.probe.evaluate("pool.clear()", type="CameraStreamView", shown=None)
+        self.probe.gone(type="CameraStreamView", shown=None)
 
-    def log_states(self, camera):
-        """Lets the client log every state of the camera's view from now on."""
-        view = {"type": "CameraStreamView", "shown": None, "cameraId": camera}
-        self.probe.item(**view)
-        self.probe.evaluate("displayStateChanged.connect(() => console.info(cameraId, 'is', displayState))", **view)
+    def log_states(self):
+        """Lets the client log every state of a camera from now on."""
+        self.probe.evaluate("streamStateChanged.connect((camera, state) => console.info(camera, 'is', state))",
+                            name="streamLayer")
 
     def _call(self, method, *arguments):
         self.probe.invoke(method, *arguments, type="VideoGrid")
