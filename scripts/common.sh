@@ -23,6 +23,9 @@ test_packages=(
     clang-format clang-tidy qml6-module-qttest ffmpeg mpv xdotool openbox python3 curl locales
 )
 
+# The compiler cache, told to take part in builds with precompiled headers.
+compiler_launcher="env;CCACHE_DEPEND=1;CCACHE_SLOPPINESS=pch_defines,time_macros;ccache"
+
 # install_packages NAME...: installs the Debian packages that are missing, and does nothing when none is.
 install_packages() {
     local missing=() name
@@ -43,7 +46,7 @@ build() {
     shift
     [ $# -gt 0 ] && targets=(--target "$@")
     if [ ! -f "build/$preset/build.ninja" ]; then
-        cmake --preset "$preset" -DCMAKE_CXX_COMPILER_LAUNCHER=ccache
+        cmake --preset "$preset" -DCMAKE_CXX_COMPILER_LAUNCHER="$compiler_launcher"
     fi
     cmake --build "build/$preset" "${targets[@]}"
 }
