@@ -22,7 +22,8 @@ constexpr std::size_t hugeFrom = 4 * hugePage;
 
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
 // Stands before the C library's function of this name. For every stream that is opened libmpv takes 10 MB to
-// look at its beginning and clears them, which in pages of 4 KB takes as long as the whole rest of opening it.
+// look at its beginning and clears them, which in pages of 4 KB takes as long as the whole rest of opening
+// it.
 extern "C" int posix_memalign(void **memory, std::size_t alignment, std::size_t size)
 {
     if (alignment % sizeof(void *) != 0 || (alignment & (alignment - 1)) != 0 || alignment == 0)

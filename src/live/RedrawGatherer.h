@@ -20,9 +20,9 @@ class QQuickWindow;
 // a tick as long as one frame of the fastest stream. The next redraw is not asked for before the last one is
 // done, so that the GUI thread does not wait for the render thread.
 //
-// While a recorded file is looked up or opened, or the window's only stream, the window is not redrawn for a moment,
-// so that the new picture and what changes around it are drawn in one go; drawing twice would also keep the
-// first frame waiting.
+// While a recorded file is looked up or opened, or the window's only stream, the window is not redrawn for a
+// moment, so that the new picture and what changes around it are drawn in one go; drawing twice would also
+// keep the first frame waiting.
 //
 // Items that are not visible get their frames taken off their hands without a redraw, so that they keep up;
 // and so do frames that come faster than the tick, which is how a stream catches up after a stall.
