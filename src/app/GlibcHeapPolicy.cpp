@@ -3,8 +3,8 @@
 #include <malloc.h>
 #include <sys/mman.h>
 
+#include <algorithm>
 #include <cerrno>
-#include <cstdint>
 
 namespace {
 
@@ -28,14 +28,12 @@ extern "C" int posix_memalign(void **memory, std::size_t alignment, std::size_t 
 {
     if (alignment % sizeof(void *) != 0 || (alignment & (alignment - 1)) != 0 || alignment == 0)
         return EINVAL;
-    *memory = memalign(alignment, size);
+    const bool large = size >= hugeFrom;
+    *memory = memalign(large ? std::max(alignment, hugePage) : alignment, size);
     if (!*memory)
         return ENOMEM;
-    if (size >= hugeFrom) {
-        auto *const begin = static_cast<char *>(*memory);
-        const std::size_t gap = (hugePage - reinterpret_cast<std::uintptr_t>(begin) % hugePage) % hugePage;
-        madvise(begin + gap, (size - gap) / hugePage * hugePage, MADV_HUGEPAGE);
-    }
+    if (large)
+        madvise(*memory, size / hugePage * hugePage, MADV_HUGEPAGE);
     return 0;
 }
 #endif
