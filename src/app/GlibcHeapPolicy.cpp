@@ -15,7 +15,7 @@ constexpr int mapFrom = 192 * kilobyte;
 constexpr int keepOnTop = 1024 * kilobyte;
 // The library would make eight per core, on a large machine one for every thread.
 constexpr int arenas = 16;
-constexpr std::size_t hugePage = 2048 * kilobyte;
+constexpr std::size_t hugePage = 2 << 20;
 constexpr std::size_t hugeFrom = 4 * hugePage;
 
 } // namespace
@@ -24,6 +24,7 @@ constexpr std::size_t hugeFrom = 4 * hugePage;
 // Stands before the C library's function of this name. For every stream that is opened libmpv takes 10 MB to
 // look at its beginning and clears them, which in pages of 4 KB takes as long as the whole rest of opening
 // it.
+// NOLINTNEXTLINE(readability-identifier-naming)
 extern "C" int posix_memalign(void **memory, std::size_t alignment, std::size_t size)
 {
     if (alignment % sizeof(void *) != 0 || (alignment & (alignment - 1)) != 0 || alignment == 0)
