@@ -197,6 +197,8 @@ void MpvObject::handlePlaybackRestart()
         if (!hasFrameOfLoad())
             return;
         m_mpv->awaitingFirstFrame = false;
+        // Whatever is redrawn from now on shows the frame, which may be waiting still.
+        update();
         showFirstFrame();
         return;
     }
