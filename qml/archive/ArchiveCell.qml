@@ -15,6 +15,7 @@ Rectangle {
 
     // Whether the player was told what the timeline knows.
     property bool _charted: false
+    property real _followedTime: 0
     readonly property string _shownState: archive.state !== "loading" ? archive.state
         : loadStalled ? "no_footage" : "loading"
     readonly property string _text: cameraId === "" ? Translations.clickCameraToAssign : ({
@@ -42,6 +43,16 @@ Rectangle {
         return targetTime >= timelineModel.loadedFrom && targetTime < timelineModel.loadedTo
     }
 
+    // A player that found nothing asks again when it is given its coverage: after a jump there may be footage.
+    function followClock() {
+        const jumped = Math.abs(targetTime - _followedTime) > 2000
+        _followedTime = targetTime
+        if (jumped || isCharted() !== _charted)
+            refreshCoverage()
+        else
+            sync()
+    }
+
     function refreshCoverage() {
         _charted = isCharted()
         if (_charted)
@@ -62,7 +73,7 @@ Rectangle {
     Accessible.role: Accessible.Pane
     Accessible.name: [cameraName, _text].filter(Boolean).join(", ")
 
-    onTargetTimeChanged: isCharted() === _charted ? sync() : refreshCoverage()
+    onTargetTimeChanged: followClock()
     onCameraIdChanged: refreshCoverage()
     onIsPlayingChanged: followPlaying()
     onPlaybackSpeedChanged: archive.setSpeed(playbackSpeed)

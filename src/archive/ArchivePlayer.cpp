@@ -100,7 +100,13 @@ void ArchivePlayer::passToken()
 void ArchivePlayer::setCoverage(const QVariantList &spans)
 {
     m_coverage = SpanIndex::fromVariantList(spans);
-    m_emptyToMs = 0;
+    forgetGaps();
+}
+
+void ArchivePlayer::forgetGaps()
+{
+    m_emptyResult = false;
+    m_gapToMs = 0;
 }
 
 void ArchivePlayer::startFrom(const QString &cameraId, qint64 timestampMs)
@@ -115,7 +121,7 @@ void ArchivePlayer::startFrom(const QString &cameraId, qint64 timestampMs)
     m_cameraId = cameraId;
     m_exhausted = false;
     m_pendingSeekMs = timestampMs;
-    m_emptyToMs = 0;
+    forgetGaps();
     m_lastShowAtMs = timestampMs;
     m_jumped = false;
     m_fetchFailed.invalidate();
@@ -123,11 +129,13 @@ void ArchivePlayer::startFrom(const QString &cameraId, qint64 timestampMs)
     m_firstFrameTimer.start();
     m_awaitingFirstFrame = true;
     m_metadataMs = -1;
-    m_requestId = m_apiClient->nextRequestId();
+    m_asker = std::make_unique<QObject>();
+    m_requestId = QString::number(++m_requestCounter);
     logInfo(QStringLiteral("startFrom cam=%1 ts=%2").arg(cameraId, Instants::logText(timestampMs)));
     setState(loading);
     m_fetchingFirst = true;
-    m_apiClient->fetchSegments(cameraId, Instants::toDateTime(timestampMs), firstLimit, m_requestId);
+    m_apiClient->fetchSegments(
+        cameraId, Instants::toDateTime(timestampMs), firstLimit, m_requestId, m_asker.get());
 }
 
 void ArchivePlayer::seek(qint64 timestampMs)
@@ -176,9 +184,9 @@ void ArchivePlayer::showAt(qint64 timestampMs)
 
     const int index = m_segments.covering(timestampMs);
     if (index < 0) {
-        if (isKnownEmpty(timestampMs))
+        if (isInKnownGap(timestampMs))
             showNothingAt(timestampMs);
-        else if (!failedLately())
+        else if (!m_emptyResult && !failedLately())
             startFrom(m_cameraId, timestampMs);
         return;
     }
@@ -248,6 +256,7 @@ void ArchivePlayer::stop()
 
 void ArchivePlayer::forgetSegments()
 {
+    m_asker.reset();
     m_segments.clear();
     m_currentIndex = -1;
     m_pendingIndex = -1;
@@ -371,8 +380,8 @@ void ArchivePlayer::playAfter(int index)
             QStringLiteral("sync: segment idx=%1 ended into a %2ms gap → no_footage").arg(index).arg(gap));
         if (m_player)
             m_player->setPaused(true);
-        m_emptyFromMs = m_segments.at(index).endMs;
-        m_emptyToMs = m_segments.at(index + 1).startMs;
+        m_gapFromMs = m_segments.at(index).endMs;
+        m_gapToMs = m_segments.at(index + 1).startMs;
         setState(noFootage);
         return;
     } else {

@@ -10,6 +10,8 @@
 #include <QTimer>
 #include <QVariantList>
 
+#include <memory>
+
 class ApiClient;
 class MpvObject;
 
@@ -94,10 +96,11 @@ private:
     bool fetchMore();
     void followClock();
     void showNothingAt(qint64 timestampMs);
+    void forgetGaps();
     void applyRate(double rate);
     bool failedLately() const { return m_fetchFailed.isValid() && !m_fetchFailed.hasExpired(failurePauseMs); }
     bool isCovered(qint64 ms) const;
-    bool isKnownEmpty(qint64 ms) const { return m_emptyFromMs <= ms && ms < m_emptyToMs; }
+    bool isInKnownGap(qint64 ms) const { return m_gapFromMs <= ms && ms < m_gapToMs; }
     bool isAwaited(const QString &cameraId, const QString &requestId) const;
     void setState(const QString &state);
     void setCurrentTime(qint64 ms);
@@ -121,14 +124,19 @@ private:
     bool m_fetchingMore = false;
     bool m_exhausted = false;
     qint64 m_pendingSeekMs = -1;
-    // Where the server is known to have nothing: [from, to).
-    qint64 m_emptyFromMs = 0;
-    qint64 m_emptyToMs = 0;
+    bool m_emptyResult = false;
+    // The gap, [from, to), that the last answer or the last file's end told of.
+    qint64 m_gapFromMs = 0;
+    qint64 m_gapToMs = 0;
     SpanIndex m_coverage;
     qint64 m_lastShowAtMs = 0;
     bool m_jumped = false;
     ClockFollower m_clock;
+    qint32 m_requestCounter = 0;
     QString m_requestId;
+    // Stands for one startFrom: what it asked for is withdrawn with it. Other players of the camera count
+    // their requests from one, too.
+    std::unique_ptr<QObject> m_asker;
     QElapsedTimer m_firstFrameTimer;
     QElapsedTimer m_fetchFailed;
     QTimer m_retryTimer{this};

@@ -4,8 +4,6 @@
 #include "archive/Instants.h"
 #include "net/ApiClient.h"
 
-#include <limits>
-
 using namespace ArchivePlayerTerms;
 
 namespace {
@@ -34,9 +32,8 @@ void ArchivePlayer::onSegmentsReceived(
                 .arg(segments.size())
                 .arg(m_segments.size())
                 .arg(appending ? QStringLiteral("yes") : QStringLiteral("no")));
-    if (m_segments.isEmpty()) {
-        m_emptyFromMs = m_pendingSeekMs;
-        m_emptyToMs = std::numeric_limits<qint64>::max();
+    m_emptyResult = m_segments.isEmpty();
+    if (m_emptyResult) {
         const QString next = m_synchronized ? noFootage : ended;
         logWarning(QStringLiteral("no segments for cam=%1 → %2 (no recording here?)").arg(cameraId, next));
         setState(next);
@@ -85,8 +82,8 @@ void ArchivePlayer::playFromTarget()
                     .arg(Instants::logText(target)));
         if (m_segments.at(index).startMs <= target)
             ++index;
-        m_emptyFromMs = target;
-        m_emptyToMs = m_segments.holds(index) ? m_segments.at(index).startMs : target;
+        m_gapFromMs = target;
+        m_gapToMs = m_segments.holds(index) ? m_segments.at(index).startMs : target;
         m_pendingSeekMs = -1;
         setState(noFootage);
         return;
@@ -110,7 +107,8 @@ bool ArchivePlayer::fetchMore()
     logInfo(QStringLiteral("fetch more segments from %1 (have %2)")
                 .arg(Instants::logText(fromMs))
                 .arg(m_segments.size()));
-    m_apiClient->fetchSegments(m_cameraId, Instants::toDateTime(fromMs), pageLimit, m_requestId);
+    m_apiClient->fetchSegments(
+        m_cameraId, Instants::toDateTime(fromMs), pageLimit, m_requestId, m_asker.get());
     return true;
 }
 

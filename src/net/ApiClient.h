@@ -91,9 +91,10 @@ public:
     /// Answers timelineReceived or timelineFailed.
     Q_INVOKABLE void fetchTimeline(
         const QString &cameraId, const QDateTime &from, const QDateTime &to, const QString &requestId = {});
-    /// At most `limit` segments from the instant on. Answers segmentsReceived or segmentsFailed.
-    Q_INVOKABLE void fetchSegments(
-        const QString &cameraId, const QDateTime &from, int limit, const QString &requestId = {});
+    /// At most `limit` segments from the instant on. Answers segmentsReceived or segmentsFailed; if the asker
+    /// is destroyed before that, not at all.
+    Q_INVOKABLE void fetchSegments(const QString &cameraId, const QDateTime &from, int limit,
+        const QString &requestId = {}, QObject *asker = nullptr);
     /// Answers batchTimelineReceived or batchTimelineFailed.
     Q_INVOKABLE void fetchBatchTimeline(const QStringList &cameraIds, const QDateTime &from,
         const QDateTime &to, const QString &requestId = {});
@@ -194,6 +195,7 @@ private:
     void handleRefresh(QNetworkReply &reply, const QByteArray &body);
     void endSession();
     void forgetCookies();
+    void withdraw(QObject *job);
     void failOutstanding();
     void abandon(QPointer<QNetworkReply> &reply);
 

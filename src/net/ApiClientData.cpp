@@ -197,15 +197,19 @@ void ApiClient::fetchTimeline(
 }
 
 void ApiClient::fetchSegments(
-    const QString &cameraId, const QDateTime &from, int limit, const QString &requestId)
+    const QString &cameraId, const QDateTime &from, int limit, const QString &requestId, QObject *asker)
 {
     const auto fail = [this, cameraId, requestId](const QString &error) {
         qCWarning(lcPlayback).noquote() << QStringLiteral("segments failed cam=%1: %2").arg(cameraId, error);
         emit segmentsFailed(cameraId, error, requestId);
     };
+    QNetworkReply *reply = get(cameraPath(
+        cameraId, QStringLiteral("/segments?from=%1&limit=%2").arg(encoded(from), QString::number(limit))));
+    if (asker) {
+        connect(asker, &QObject::destroyed, reply, [this, reply] { withdraw(reply); });
+    }
     readList<SegmentData>(
-        get(cameraPath(cameraId,
-            QStringLiteral("/segments?from=%1&limit=%2").arg(encoded(from), QString::number(limit)))),
+        reply,
         [this, cameraId, requestId](
             const QList<SegmentData> &segments) { emit segmentsReceived(cameraId, segments, requestId); },
         fail);
@@ -430,15 +434,21 @@ void ApiClient::readAside(std::function<std::function<void()>()> read, const OnF
     });
 }
 
+void ApiClient::withdraw(QObject *job)
+{
+    m_outstanding.remove(job);
+    job->disconnect(this);
+    if (auto *reply = qobject_cast<QNetworkReply *>(job)) {
+        reply->abort();
+    }
+    job->deleteLater();
+}
+
 void ApiClient::failOutstanding()
 {
     const auto outstanding = std::exchange(m_outstanding, {});
     for (auto job = outstanding.begin(); job != outstanding.end(); ++job) {
-        job.key()->disconnect(this);
-        if (auto *reply = qobject_cast<QNetworkReply *>(job.key())) {
-            reply->abort();
-        }
-        job.key()->deleteLater();
+        withdraw(job.key());
     }
     for (const OnFailure &onFailure : outstanding) {
         onFailure(sessionEnded);

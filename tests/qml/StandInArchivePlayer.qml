@@ -17,7 +17,10 @@ QtObject {
     }
 
     function setSynchronized(on) { }
-    function setCoverage(spans) { }
+
+    function setCoverage(spans) {
+        calls.push(["setCoverage", spans.length])
+    }
 
     function startFrom(cameraId, ms) {
         calls.push(["startFrom", cameraId, ms])

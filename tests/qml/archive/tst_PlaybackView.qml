@@ -187,6 +187,12 @@ TestCase {
         compare(starts(third), [["cam3", latest - hour]])
         page.gridPlayheadTime += 100
         compare(third.calls.pop(), ["showAt", latest - hour + 100])
+        page.gridPlayheadTime = earliest
+        third.calls = []
+        page.gridPlayheadTime += 2000
+        page.gridPlayheadTime -= 2001
+        compare(third.calls, [["showAt", earliest + 2000], ["setCoverage", 0], ["showAt", earliest - 1]],
+            "after a jump it may ask again where it found nothing")
         cameraFeed.list(6, "Door")
         compare(cell("cam3").cameraName, "Door 3")
         mouseClick(findChild(cell("cam2"), "cellCloseButton"))
