@@ -7,3 +7,7 @@ void keepHeapCompact()
 void returnFreeMemory()
 {
 }
+
+void prepareLargeBlock()
+{
+}

@@ -3,8 +3,11 @@
 #include <malloc.h>
 #include <sys/mman.h>
 
-#include <algorithm>
 #include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <mutex>
+#include <utility>
 
 namespace {
 
@@ -16,28 +19,73 @@ constexpr int keepOnTop = 1024 * kilobyte;
 // The library would make eight per core, on a large machine one for every thread.
 constexpr int arenas = 16;
 constexpr std::size_t hugePage = 2 << 20;
-constexpr std::size_t hugeFrom = 4 * hugePage;
+constexpr std::size_t largeFrom = 4 * hugePage;
+
+struct LargeBlock
+{
+    std::mutex mutex;
+    // Of the last large block that was asked for.
+    std::size_t size = 0;
+    // Of that size, or null.
+    void *prepared = nullptr;
+};
+
+// Never destroyed: blocks are asked for until the very end.
+LargeBlock &largeBlock()
+{
+    static auto *const instance = new LargeBlock;
+    return *instance;
+}
+
+void *takePrepared(std::size_t size)
+{
+    LargeBlock &block = largeBlock();
+    const std::lock_guard lock(block.mutex);
+    const bool fits = std::exchange(block.size, size) == size;
+    return fits ? std::exchange(block.prepared, nullptr) : nullptr;
+}
 
 } // namespace
 
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
-// Stands before the C library's function of this name. For every stream that is opened libmpv takes 10 MB to
-// look at its beginning and clears them, which in pages of 4 KB takes as long as the whole rest of opening
-// it.
+// Stands before the C library's function of this name, to give a prepared block to who asks for one.
 // NOLINTNEXTLINE(readability-identifier-naming)
 extern "C" int posix_memalign(void **memory, std::size_t alignment, std::size_t size)
 {
     if (alignment % sizeof(void *) != 0 || (alignment & (alignment - 1)) != 0 || alignment == 0)
         return EINVAL;
-    const bool large = size >= hugeFrom;
-    *memory = memalign(large ? std::max(alignment, hugePage) : alignment, size);
-    if (!*memory)
+    void *block = size >= largeFrom && alignment <= hugePage ? takePrepared(size) : nullptr;
+    if (!block)
+        block = memalign(alignment, size);
+    if (!block)
         return ENOMEM;
-    if (large)
-        madvise(*memory, size / hugePage * hugePage, MADV_HUGEPAGE);
+    *memory = block;
     return 0;
 }
 #endif
+
+void prepareLargeBlock()
+{
+    LargeBlock &block = largeBlock();
+    std::size_t size = 0;
+    {
+        const std::lock_guard lock(block.mutex);
+        if (block.size == 0 || block.prepared)
+            return;
+        size = block.size;
+    }
+    void *made = memalign(hugePage, size);
+    if (!made)
+        return;
+    madvise(made, size / hugePage * hugePage, MADV_HUGEPAGE);
+    std::memset(made, 0, size);
+    {
+        const std::lock_guard lock(block.mutex);
+        if (block.size == size && !block.prepared)
+            std::swap(made, block.prepared);
+    }
+    std::free(made);
+}
 
 void keepHeapCompact()
 {

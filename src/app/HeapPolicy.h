@@ -9,3 +9,9 @@ void keepHeapCompact();
 
 // Gives everything that is free back to the system, which takes some 10 ms. Call on a worker thread.
 void returnFreeMemory();
+
+// Has a large block at hand, its pages in memory, for the next request of the size of the last one. For every
+// stream that is opened libmpv takes 10 MB to look at its beginning and clears them; having the system find
+// the pages takes as long as the whole rest of opening it. Call on a worker thread. Does nothing before there
+// was such a request.
+void prepareLargeBlock();

@@ -1,5 +1,6 @@
 #include "live/PlayerMaker.h"
 
+#include "app/HeapPolicy.h"
 #include "live/MpvHandle.h"
 #include "live/MpvWorkers.h"
 
@@ -86,6 +87,7 @@ bool isKind(const std::optional<NewPlayer> &player, bool withContext)
 
 void makeSpare(bool withContext)
 {
+    prepareLargeBlock();
     {
         const std::lock_guard lock(spare().mutex);
         if (isKind(spare().player, withContext))
