@@ -52,8 +52,7 @@ MpvObject::MpvObject(QQuickItem *parent)
     m_positionTimer.setSingleShot(true);
     m_positionTimer.setInterval(positionPatienceMs);
     connect(&m_positionTimer, &QTimer::timeout, this, [this] { showPosition(m_playerPosition); });
-    // The framebuffer object is as large as the item on the screen: there is nothing to smooth, and without
-    // it a software rasteriser spends a sixth less on the whole picture.
+    // The framebuffer object is as large as the item on the screen: there is nothing to smooth.
     setSmooth(false);
     if (window())
         changeWindow();
@@ -370,7 +369,7 @@ QSGNode *MpvObject::updatePaintNode(QSGNode *node, UpdatePaintNodeData *data)
     if (!picture)
         picture = new PictureNode(sampled);
     if (m_buffer && m_gatherer && m_gatherer->keeper()->drawsInSoftware())
-        picture->copy(m_buffer, boundingRect(), window()->size() * window()->effectiveDevicePixelRatio());
+        picture->copy(m_buffer, boundingRect(), m_gatherer->windowPixels());
     return picture;
 }
 

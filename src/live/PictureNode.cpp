@@ -84,8 +84,8 @@ public:
     RenderingFlags flags() const override { return BoundedRectRendering; }
     QRectF rect() const override { return m_rect; }
 
-    void setPicture(
-        const std::shared_ptr<const PictureBuffer> &buffer, const QRectF &rect, const QSize &window)
+    void setPicture(const std::shared_ptr<const PictureBuffer> &buffer, const QRectF &rect,
+        const std::shared_ptr<const QSize> &window)
     {
         m_window = window;
         if (m_rect != rect || m_buffer != buffer)
@@ -97,7 +97,7 @@ public:
 private:
     std::shared_ptr<const PictureBuffer> m_buffer;
     QRectF m_rect;
-    QSize m_window;
+    std::shared_ptr<const QSize> m_window;
     // In the coordinates of the scene.
     QRectF m_place;
     std::optional<QRectF> m_clip;
@@ -116,7 +116,7 @@ void PictureCopy::prepare()
 void PictureCopy::render(const RenderState *state)
 {
     QOpenGLExtraFunctions *gl = QOpenGLContext::currentContext()->extraFunctions();
-    const QSize target = targetSize(gl, m_window);
+    const QSize target = targetSize(gl, *m_window);
     const QSize size = m_buffer->size;
     if (!m_buffer->framebuffer || size.isEmpty() || target.isEmpty())
         return;
@@ -163,8 +163,8 @@ PictureNode::PictureNode(QSGNode *sampled)
     appendChildNode(m_sampling);
 }
 
-void PictureNode::copy(
-    const std::shared_ptr<const PictureBuffer> &buffer, const QRectF &rect, const QSize &window)
+void PictureNode::copy(const std::shared_ptr<const PictureBuffer> &buffer, const QRectF &rect,
+    const std::shared_ptr<const QSize> &window)
 {
     if (!m_copy) {
         m_copy = new PictureCopy;

@@ -17,8 +17,9 @@ struct PictureBuffer
 
 // What an item's picture is in the scene: the node that samples its framebuffer object, or, where the
 // processor computes OpenGL as well, one that copies the pixels to their place in the window as they are,
-// which takes a fraction of that time. A copied picture is opaque and upright whatever its ancestors say of
-// opacity and rotation, and obeys their rectangular clips alone; none of ours turns or fades a picture.
+// which takes a fraction of that time. A copied picture replaces what is below it and is upright whatever its
+// ancestors say of opacity and rotation, and obeys their rectangular clips alone; none of ours turns or fades
+// a picture. Of its pixels the alpha is whatever libmpv left there.
 //
 // Belongs to the render thread.
 class PictureNode : public QSGNode
@@ -30,8 +31,9 @@ public:
     QSGNode *sampled() const { return m_sampled; }
 
     // From now on the picture, which fills the rectangle in the item's coordinates, is copied into a window
-    // of so many pixels.
-    void copy(const std::shared_ptr<const PictureBuffer> &buffer, const QRectF &rect, const QSize &window);
+    // of so many pixels; the number may change from frame to frame.
+    void copy(const std::shared_ptr<const PictureBuffer> &buffer, const QRectF &rect,
+        const std::shared_ptr<const QSize> &window);
 
 private:
     // Holds the sampling node, which stays where it is when it does not draw.

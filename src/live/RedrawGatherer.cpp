@@ -33,6 +33,8 @@ constexpr int sleepAfterMs = 1000;
 constexpr int startsAtOnce = 2;
 constexpr int startIntervalMs = 30;
 constexpr int holdMs = 80;
+// Whoever looks for another moment with every repeat of a key sees at least where they are.
+constexpr int longestHoldMs = 160;
 constexpr int tendIntervalMs = 10;
 // Ending a picture takes a few ms of CPU time; so many players at a time leave the GUI thread its share.
 constexpr int endingsPerTend = 4;
@@ -68,6 +70,7 @@ RedrawGatherer::RedrawGatherer(QQuickWindow *window)
     : QObject(window)
     , m_window(window)
     , m_keeper(std::make_shared<ContextKeeper>(this))
+    , m_windowPixels(std::make_shared<QSize>())
     , m_freeScheduled(std::make_shared<std::atomic_bool>(false))
     , m_tickMs(firstTickMs)
 {
@@ -88,7 +91,6 @@ RedrawGatherer::RedrawGatherer(QQuickWindow *window)
         wakeSome();
     });
     m_holdTimer.setSingleShot(true);
-    m_holdTimer.setInterval(holdMs);
     connect(&m_holdTimer, &QTimer::timeout, this, &RedrawGatherer::releaseRedraw);
     window->installEventFilter(this);
 
@@ -99,7 +101,12 @@ RedrawGatherer::RedrawGatherer(QQuickWindow *window)
     connect(window, &QQuickWindow::frameSwapped, this, onShown, Qt::QueuedConnection);
     const auto onRenderThread = Qt::DirectConnection;
     connect(
-        window, &QQuickWindow::beforeSynchronizing, this, [this] { ++m_syncs; }, onRenderThread);
+        window, &QQuickWindow::beforeSynchronizing, this,
+        [this] {
+            ++m_syncs;
+            *m_windowPixels = m_window->size() * m_window->effectiveDevicePixelRatio();
+        },
+        onRenderThread);
     connect(
         window, &QQuickWindow::frameSwapped, this, [this] { m_doneSync = m_syncs.load(); }, onRenderThread);
     connect(
@@ -157,9 +164,18 @@ void RedrawGatherer::scaleRate(MpvObject *item, double factor)
     followRates();
 }
 
+void RedrawGatherer::hold()
+{
+    if (m_redrawDue)
+        return;
+    if (!m_holdTimer.isActive())
+        m_sinceHeld.start();
+    m_holdTimer.start(int(std::clamp<qint64>(longestHoldMs - m_sinceHeld.elapsed(), 0, holdMs)));
+}
+
 void RedrawGatherer::expectFrame(MpvObject *item)
 {
-    m_holdTimer.start();
+    hold();
     // A frame of the file before that is not drawn now would keep the player from ending it.
     takeFrames({item});
 }
@@ -169,14 +185,16 @@ void RedrawGatherer::expectStream()
     const auto isSeen
         = [](const MpvObject *item) { return item->isVisible() && item->state() != QLatin1String("idle"); };
     if (std::none_of(m_items.keyBegin(), m_items.keyEnd(), isSeen))
-        m_holdTimer.start();
+        hold();
 }
 
 void RedrawGatherer::releaseRedraw()
 {
     m_holdTimer.stop();
-    if (std::exchange(m_redrawHeld, false))
-        QCoreApplication::postEvent(m_window, new QEvent(QEvent::UpdateRequest));
+    if (!std::exchange(m_redrawHeld, false))
+        return;
+    m_redrawDue = true;
+    QCoreApplication::postEvent(m_window, new QEvent(QEvent::UpdateRequest));
 }
 
 void RedrawGatherer::schedule()
@@ -284,10 +302,13 @@ bool RedrawGatherer::followRates()
 
 bool RedrawGatherer::eventFilter(QObject *watched, QEvent *event)
 {
-    if (watched == m_window && event->type() == QEvent::UpdateRequest && m_holdTimer.isActive()) {
-        m_redrawHeld = true;
-        schedule();
-        return true;
+    if (watched == m_window && event->type() == QEvent::UpdateRequest) {
+        m_redrawHeld = m_holdTimer.isActive();
+        if (m_redrawHeld) {
+            schedule();
+            return true;
+        }
+        m_redrawDue = false;
     }
     if (watched == m_window && event->type() == QEvent::Expose) {
         if (!m_window->isExposed()) {

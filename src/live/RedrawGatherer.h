@@ -5,6 +5,7 @@
 #include <QObject>
 #include <QPointer>
 #include <QSet>
+#include <QSize>
 #include <QTimer>
 
 #include <atomic>
@@ -38,6 +39,8 @@ public:
 
     // What the window's renderers share.
     const std::shared_ptr<ContextKeeper> &keeper() const { return m_keeper; }
+    // The window's size in pixels in the frame that is being drawn, for its render thread.
+    std::shared_ptr<const QSize> windowPixels() const { return m_windowPixels; }
 
     // An item joins, or goes.
     void add(MpvObject *item);
@@ -106,11 +109,13 @@ private:
     bool followRates();
     void setAsleep(bool asleep);
     void wakeSome();
+    void hold();
     void releaseRedraw();
     void takeFrames(const QList<MpvObject *> &items);
 
     QQuickWindow *m_window;
     std::shared_ptr<ContextKeeper> m_keeper;
+    std::shared_ptr<QSize> m_windowPixels;
     std::shared_ptr<std::atomic_bool> m_freeScheduled;
     QHash<MpvObject *, Stream> m_items;
     QSet<MpvObject *> m_pending;
@@ -127,7 +132,10 @@ private:
     QTimer m_wakeTimer;
     // Runs while the window's redraws are held back.
     QTimer m_holdTimer;
+    QElapsedTimer m_sinceHeld;
     bool m_redrawHeld = false;
+    // One that was held is on its way.
+    bool m_redrawDue = false;
     bool m_asleep = false;
     QElapsedTimer m_sinceRates;
     qint64 m_lastFlushMs = 0;

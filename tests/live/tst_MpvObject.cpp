@@ -7,6 +7,7 @@
 #include <QPainter>
 #include <QProcess>
 #include <QQuickWindow>
+#include <QSGSimpleRectNode>
 #include <QSignalSpy>
 #include <QTest>
 
@@ -91,6 +92,24 @@ bool showsPicture(MpvObject *player)
     }
     return colours.size() > 50 && !colours.contains(background.rgb());
 }
+
+class Sheet : public QQuickItem
+{
+public:
+    Sheet(QQuickItem *parent, const QRectF &place)
+        : QQuickItem(parent)
+    {
+        setFlag(ItemHasContents);
+        setPosition(place.topLeft());
+        setSize(place.size());
+    }
+
+private:
+    QSGNode *updatePaintNode(QSGNode *node, UpdatePaintNodeData *) override
+    {
+        return node ? node : new QSGSimpleRectNode(boundingRect(), Qt::red);
+    }
+};
 
 bool isBlack(MpvObject *player)
 {
@@ -287,13 +306,30 @@ private slots:
         QCOMPARE(m_window->grabWindow(), expected);
         layer->setProperty("enabled", false);
 
-        // The nearer of two covers the other.
+        // The nearer covers the other.
+        const Sheet sheet(&frame, {0, 60, 90, 30});
+        QPainter(&expected).fillRect(50, 130, 90, 30, Qt::red);
         const auto above = makePlayer(m_window.get(), {0, 0, 200, 50});
         above->setParentItem(&frame);
         above->prepare();
         QPainter(&expected).fillRect(50, 70, 200, 50, Qt::black);
         QTRY_COMPARE_WITH_TIMEOUT(m_window->grabWindow(), expected, patienceMs);
         m_player->setParentItem(m_window->contentItem());
+    }
+
+    // As a key does that is kept down where nothing of the recording is loaded.
+    void windowIsRedrawnWhileManyMomentsArePicked()
+    {
+        m_player->setSourceAndSeek(m_recorder->url() + "/segment.mp4", 12.0);
+        QTRY_VERIFY_WITH_TIMEOUT(m_player->hasVideo(), patienceMs);
+        const QSignalSpy redraws(m_window.get(), &QQuickWindow::frameSwapped);
+        for (int i = 0; i < 30; ++i) {
+            m_player->stop();
+            m_player->prepare();
+            QTest::qWait(30);
+        }
+        QVERIFY2(redraws.count() >= 4, qPrintable(QString::number(redraws.count())));
+        QVERIFY2(redraws.count() <= 12, qPrintable(QString::number(redraws.count())));
     }
 
     void restsWhileTheWindowIsHidden()
