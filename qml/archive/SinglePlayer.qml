@@ -14,7 +14,7 @@ Rectangle {
     readonly property bool _loading: archive.state === "loading"
     readonly property bool _stalled: _loading && loadStalled
     readonly property string _hint: cameraId === "" ? Translations.selectCamerasForArchive
-        : timelineModel.hasData ? "" : timelineModel.loading ? Translations.loading : Translations.noRecordings
+        : timelineModel.hasData || archive.state !== "idle" ? "" : timelineModel.loading ? Translations.loading : Translations.noRecordings
 
     // The first frame is there, or none will come.
     signal settled()
@@ -46,7 +46,7 @@ Rectangle {
         }
         // Another moment was picked.
         onCurrentTimeChanged: {
-            if (root._stalled) {
+            if (root._loading && !root.switching) {
                 root.loadStalled = false
                 stallTimer.restart()
             }

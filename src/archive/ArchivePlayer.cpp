@@ -40,8 +40,7 @@ bool ArchivePlayer::playing() const
 
 bool ArchivePlayer::isFileOpen() const
 {
-    return m_player && m_player->state() != idle && !hasBrokenOff() && !m_awaitingFirstFrame
-        && m_state != ended && m_state != failed;
+    return m_player && m_player->state() != idle && !hasBrokenOff() && m_state != ended && m_state != failed;
 }
 
 bool ArchivePlayer::hasBrokenOff() const
@@ -124,7 +123,7 @@ void ArchivePlayer::startFrom(const QString &cameraId, qint64 timestampMs)
     forgetGaps();
     m_lastShowAtMs = timestampMs;
     m_jumped = false;
-    m_fetchFailed.invalidate();
+    m_failure.invalidate();
     setCurrentTime(timestampMs);
     m_firstFrameTimer.start();
     m_awaitingFirstFrame = true;
@@ -191,6 +190,8 @@ void ArchivePlayer::showAt(qint64 timestampMs)
         return;
     }
     // A player is ahead of the clock when its file ends; the rest of the file is not played again.
+    if (m_state == failed && !m_jumped && index == m_currentIndex && failedLately())
+        return;
     const bool over = m_state == noFootage || m_state == ended;
     if (over && !m_jumped && index == m_currentIndex
         && secondsBetween(timestampMs, m_segments.at(index).endMs) < longestLead * m_speed)
@@ -314,10 +315,12 @@ void ArchivePlayer::onItemStateChanged()
 {
     if (!hasBrokenOff())
         return;
-    if (!std::exchange(m_awaitingFirstFrame, false))
+    if (!std::exchange(m_awaitingFirstFrame, false)) {
         m_retryTimer.start(failurePauseMs);
-    else
-        setState(failed);
+        return;
+    }
+    m_failure.start();
+    setState(failed);
 }
 
 void ArchivePlayer::loadAgain()
@@ -357,17 +360,19 @@ void ArchivePlayer::onFileEnded()
     const int index = m_currentIndex;
     if (!m_segments.holds(index))
         return;
-    if (index + 1 < m_segments.size()) {
+    const bool waits = m_state == paused;
+    if (index + 1 < m_segments.size() && !waits) {
         playAfter(index);
         return;
     }
     m_pendingIndex = index + 1;
-    if (m_fetchingMore)
+    if (m_fetchingMore || m_segments.holds(m_pendingIndex))
         return;
     const bool fetching = fetchMore();
     if (!fetching)
         m_pendingIndex = -1;
-    setState(fetching ? loading : ended);
+    if (!waits || !fetching)
+        setState(fetching ? loading : ended);
 }
 
 void ArchivePlayer::playAfter(int index)

@@ -98,15 +98,15 @@ private:
     void showNothingAt(qint64 timestampMs);
     void forgetGaps();
     void applyRate(double rate);
-    bool failedLately() const { return m_fetchFailed.isValid() && !m_fetchFailed.hasExpired(failurePauseMs); }
+    bool failedLately() const { return m_failure.isValid() && !m_failure.hasExpired(failurePauseMs); }
     bool isCovered(qint64 ms) const;
     bool isInKnownGap(qint64 ms) const { return m_gapFromMs <= ms && ms < m_gapToMs; }
     bool isAwaited(const QString &cameraId, const QString &requestId) const;
     void setState(const QString &state);
     void setCurrentTime(qint64 ms);
 
-    /// How long a failing server is left alone, unless there is nothing else to play, and a file that broke
-    /// off while playing.
+    /// How long a failing server is left alone, unless there is nothing else to play, and a file that cannot
+    /// be opened or broke off while playing.
     static constexpr int failurePauseMs = 2000;
 
     QPointer<ApiClient> m_apiClient;
@@ -138,7 +138,7 @@ private:
     // their requests from one, too.
     std::unique_ptr<QObject> m_asker;
     QElapsedTimer m_firstFrameTimer;
-    QElapsedTimer m_fetchFailed;
+    QElapsedTimer m_failure;
     QTimer m_retryTimer{this};
     bool m_awaitingFirstFrame = false;
     qint64 m_metadataMs = -1;

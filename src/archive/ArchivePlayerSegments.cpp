@@ -118,7 +118,7 @@ void ArchivePlayer::onSegmentsFailed(const QString &cameraId, const QString &err
         return;
     logWarning(QStringLiteral("segments fetch failed cam=%1: %2").arg(cameraId, error));
     m_fetchingFirst = false;
-    m_fetchFailed.start();
+    m_failure.start();
     if (std::exchange(m_fetchingMore, false) && std::exchange(m_pendingIndex, -1) < 0)
         return;
     m_awaitingFirstFrame = false;

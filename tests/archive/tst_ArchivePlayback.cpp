@@ -5,6 +5,7 @@
 
 #include <QFile>
 #include <QQuickWindow>
+#include <QSignalSpy>
 #include <QTest>
 
 #include <clocale>
@@ -96,6 +97,34 @@ private slots:
         m_files[2] = "nor that";
         m_player->seek(base + 2 * segmentMs - 1000);
         QTRY_COMPARE_WITH_TIMEOUT(m_player->state(), "error", patienceMs);
+
+        // The clock of a grid goes on.
+        m_player->setSynchronized(true);
+        m_player->showAt(base + 2 * segmentMs);
+        QCOMPARE(m_player->state(), "loading");
+        QTRY_COMPARE_WITH_TIMEOUT(m_player->state(), "error", patienceMs);
+        const auto asked = m_server->asked("/segments/2/file").size();
+        for (int i = 0; i < 5; ++i) {
+            m_player->showAt(base + 2 * segmentMs + i * 100);
+            QTest::qWait(100);
+        }
+        QCOMPARE(m_player->state(), "error");
+        QCOMPARE(m_server->asked("/segments/2/file").size(), asked);
+        m_files[2] = m_file;
+        m_player->showAt(base + 2 * segmentMs + 3000);
+        QTRY_VERIFY_WITH_TIMEOUT(shows(2 * segmentMs), patienceMs);
+    }
+
+    void landsOnTheMomentPickedWhileItOpens()
+    {
+        m_player->startFrom("cam", base);
+        QSignalSpy states(m_item.get(), &MpvObject::stateChanged);
+        QVERIFY(states.wait());
+        QCOMPARE(m_item->state(), "loading");
+        m_player->seek(base + segmentMs * 3 / 4);
+        QTRY_VERIFY_WITH_TIMEOUT(shows(0), patienceMs);
+        QVERIFY2(m_player->currentTime() >= base + segmentMs / 2,
+            qPrintable(QString::number(m_player->currentTime() - base)));
     }
 
 private:

@@ -10,6 +10,18 @@ class FormatUtilsTest : public QObject
     Q_OBJECT
 
 private slots:
+    void sizesAndRates()
+    {
+        const FormatUtils texts;
+        for (const auto &[value, text] : QList<std::pair<QVariant, QString>>{{0, "0 B"}, {1023, "1023 B"},
+                 {1536, "1.5 KB"}, {15 * 1024, "15 KB"}, {3.5 * 1024 * 1024 * 1024, "3.5 GB"}, {{}, "—"}})
+            QCOMPARE(texts.bytes(value), text);
+        QCOMPARE(texts.rate(1536), "1.5 KB/s");
+        QCOMPARE(texts.rate({}), "—");
+        QCOMPARE(texts.bitrate(4'200'000), "4.2 Mbps");
+        QCOMPARE(texts.bitrate(0), "0 Mbps");
+    }
+
     void exportRange()
     {
         const qint64 start = QDateTime({2024, 5, 3}, {14, 5}).toMSecsSinceEpoch();

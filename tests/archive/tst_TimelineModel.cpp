@@ -210,6 +210,8 @@ private slots:
         m_model->loadBatchTimeline({"a", "b"});
         for (const auto &[merged, latest] : {std::pair(span(20, 60), 60), std::pair(span(30, 90), 90)}) {
             emit m_client->batchTimelineReceived(perCamera, {merged}, "");
+            emit m_client->batchTimelineReceived({{"cam", QVariantList()}}, {}, "");
+            QCOMPARE(m_model->spans().size(), 1);
             QCOMPARE(m_model->earliest(), 20);
             QCOMPARE(m_model->latest(), latest);
         }

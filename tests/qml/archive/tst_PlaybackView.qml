@@ -93,6 +93,9 @@ TestCase {
         archiveFeed.giveRange("cam1", 0, 0)
         compare(message.text, "No recordings")
         compare(starts(page.player).length, 1)
+        page.playFrom(latest)
+        page.player.state = "playing"
+        verify(!message.visible, "over the picture of a moment that was picked nevertheless")
     }
 
     function test_opening_a_moment() {
