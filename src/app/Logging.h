@@ -13,6 +13,6 @@ Q_DECLARE_LOGGING_CATEGORY(lcPlayback)
 Q_DECLARE_LOGGING_CATEGORY(lcApi)
 
 /// The text without secrets: every address in it loses its user name and password and the values of its query
-/// items that name a token, password, key or signature; "Bearer" loses its token. A text without any comes
-/// back unchanged.
+/// or path items that name a token, password, key or signature; "Bearer" loses its token. A text without any
+/// comes back unchanged.
 QString redactUrl(const QString &text);
