@@ -63,10 +63,13 @@ class ArchivePage:
             self.probe.evaluate("firstFrameRendered.connect(() => console.info('shown alone'))", name="singleVideo")
 
     def _wait_frames(self, text, since, count=1):
-        """Waits for so many first frames, logged with a text, after a time of the monotonic clock; returns when they came."""
+        """Waits for so many first frames, logged with a text, after a time of the monotonic clock; returns when they came.
+
+        It looks seldom: reading the log takes the processor from the client and the recorder.
+        """
         def seen():
             return [at for at, _ in self.client.log_times(text) if at > since]
-        wait_until(lambda: len(seen()) >= count, 30, lambda: f"{count} first frames; there were {seen()}", interval=0.02)
+        wait_until(lambda: len(seen()) >= count, 30, lambda: f"{count} first frames; there were {seen()}", interval=0.25)
         return seen()
 
     def playing(self):

@@ -33,11 +33,13 @@ class LiveGrid:
     def open(self, slot, camera):
         """Shows a camera in a slot; returns how long, in seconds, it took from there to its first frame.
 
-        The client logs both moments: what it takes to ask it for them does not count.
+        The client logs both moments: what it takes to ask it for them does not count. It is asked seldom, as
+        reading the log takes the processor from it and the recorder.
         """
         begin = f"opens {camera}"
         self.probe.evaluate(f"(console.info('{begin}'), assignSlotExclusive({slot}, '{camera}'))", type="VideoGrid")
-        shown = wait_until(lambda: self.client.log_times(f"{camera} is playing"), 20, f"the picture of {camera}")
+        shown = wait_until(lambda: self.client.log_times(f"{camera} is playing"), 20, f"the picture of {camera}",
+                           interval=0.25)
         return shown[0][0] - self.client.log_times(begin)[0][0]
 
     def end_streams(self, slot):
