@@ -5,6 +5,7 @@
 #include "live/MpvRenderer.h"
 #include "live/MpvWorkers.h"
 #include "live/PictureNode.h"
+#include "live/PlayerMaker.h"
 #include "live/RedrawGatherer.h"
 
 #include <QQuickWindow>
@@ -168,7 +169,12 @@ void MpvObject::prepare()
 
 void MpvObject::requestPlayer()
 {
-    m_mpv->requestPlayer(m_stretch, m_gatherer && m_gatherer->keeper()->drawsInSoftware());
+    m_mpv->requestPlayer(m_stretch, drawsInSoftware());
+}
+
+bool MpvObject::drawsInSoftware() const
+{
+    return m_gatherer && m_gatherer->keeper()->drawsInSoftware();
 }
 
 void MpvObject::play()
@@ -204,6 +210,7 @@ void MpvObject::load()
     m_contextOfLoad = m_mpv->contextSerial;
     m_framesBeforeLoad = m_mpv->framesAnnounced;
     m_mpv->loadFile(m_source.toUtf8(), fileOptions(), MpvHandle::FirstLoad + m_loadSerial);
+    PlayerMaker::keepSpare(drawsInSoftware());
     if (m_isNetwork && m_gatherer)
         m_gatherer->expectFrame(this);
 }
@@ -368,7 +375,7 @@ QSGNode *MpvObject::updatePaintNode(QSGNode *node, UpdatePaintNodeData *data)
     drawOpaque(static_cast<QSGGeometryNode *>(sampled));
     if (!picture)
         picture = new PictureNode(sampled);
-    if (m_buffer && m_gatherer && m_gatherer->keeper()->drawsInSoftware())
+    if (m_buffer && drawsInSoftware())
         picture->copy(m_buffer, boundingRect(), m_gatherer->windowPixels());
     return picture;
 }

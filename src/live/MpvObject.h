@@ -164,6 +164,7 @@ private:
     void setSourceAt(const QString &source, double seekSec);
     void applyProfile(bool isNetwork);
     void requestPlayer();
+    bool drawsInSoftware() const;
     void load();
     // What is set for the file to be loaded alone: that it has a picture, where the file before lost its own;
     // and for a recorded one its start, and, when the last file before stop() was found to have no hardware

@@ -59,6 +59,10 @@ constexpr Option conversionOptions[] = {
 // A file that begins at an offset begins, as seeks do, at the key frame before it.
 constexpr Option startAtKeyFrames = {"hr-seek", "no"};
 
+// By default a frame is handed over 50 ms before its time, which the video output then sits out: a file that
+// is ended meanwhile holds up the next one for as long.
+constexpr Option framesInTime = {"video-timing-offset", "0"};
+
 struct Spare
 {
     std::mutex mutex;
@@ -119,6 +123,7 @@ std::optional<NewPlayer> PlayerMaker::make(bool stretch, bool withContext)
     for (const Option &option : conversionOptions)
         mpv_set_option_string(player, option.name, option.value);
     mpv_set_option_string(player, startAtKeyFrames.name, startAtKeyFrames.value);
+    mpv_set_option_string(player, framesInTime.name, framesInTime.value);
 
     mpv_request_log_messages(player, "warn");
     if (mpv_initialize(player) < 0) {

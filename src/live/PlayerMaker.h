@@ -23,7 +23,8 @@ std::optional<NewPlayer> make(bool stretch, bool withContext);
 // The player that is kept ready, if there is one of this kind.
 std::optional<NewPlayer> takeSpare(bool withContext);
 
-// Has one made in a moment, unless there is one. To be called on the GUI thread.
+// Has one made in a moment, unless there is one, and with it the memory in which the next file, of whichever
+// player, is looked at. To be called on the GUI thread.
 void keepSpare(bool withContext);
 
 // Tears down the one that is kept ready.
