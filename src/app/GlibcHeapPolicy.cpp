@@ -25,9 +25,9 @@ struct LargeBlock
 {
     std::mutex mutex;
     // Of the last large block that was asked for.
-    std::size_t size = 0;
-    // Of that size, or null.
+    std::size_t wantedSize = 0;
     void *prepared = nullptr;
+    std::size_t preparedSize = 0;
 };
 
 // Never destroyed: blocks are asked for until the very end.
@@ -41,8 +41,8 @@ void *takePrepared(std::size_t size)
 {
     LargeBlock &block = largeBlock();
     const std::lock_guard lock(block.mutex);
-    const bool fits = std::exchange(block.size, size) == size;
-    return fits ? std::exchange(block.prepared, nullptr) : nullptr;
+    block.wantedSize = size;
+    return block.preparedSize == size ? std::exchange(block.prepared, nullptr) : nullptr;
 }
 
 } // namespace
@@ -70,9 +70,9 @@ void prepareLargeBlock()
     std::size_t size = 0;
     {
         const std::lock_guard lock(block.mutex);
-        if (block.size == 0 || block.prepared)
+        size = block.wantedSize;
+        if (size == 0 || (block.prepared && block.preparedSize == size))
             return;
-        size = block.size;
     }
     void *made = memalign(hugePage, size);
     if (!made)
@@ -81,8 +81,8 @@ void prepareLargeBlock()
     std::memset(made, 0, size);
     {
         const std::lock_guard lock(block.mutex);
-        if (block.size == size && !block.prepared)
-            std::swap(made, block.prepared);
+        std::swap(made, block.prepared);
+        block.preparedSize = size;
     }
     std::free(made);
 }
